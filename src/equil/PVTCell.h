@@ -1,0 +1,99 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "equil/EOS.h"
+#include "equil/Tank.h"
+#include "frame/ErrorList.h"
+#include "frame/PtrTo.h"
+#include "input/Units.h"
+
+namespace kestrane {
+
+/// One phase of a cell: the feed, X (the heavier) or Y (the lighter).
+struct PhaseState {
+    double fraction = 1.0;  ///< mole fraction of the feed in this phase
+    double z_factor = 1.0;
+    double density = 0.0;   ///< kg/m3
+    int root = 0;           ///< root code; hint on entry
+    int root_class = 0;
+    double* comps = nullptr;   ///< n mole fractions, not owned
+    double* ln_phi = nullptr;  ///< n, not owned
+    PtrTo<EOS_C_Parms> c_parms;
+};
+
+/// How two-phase calculations start (INIT2&).
+enum InitPolicy : int {
+    INIT_NEVER = 0, INIT_STABILITY = 1, INIT_WILSON = 2, INIT_PREVIOUS = 3, INIT_NEWTON = 4
+};
+/// When results are tested for stability (TEST1&, TEST2&).
+enum TestPolicy : int { TEST_NEVER = 0, TEST_SUSPECTED = 1, TEST_TRIVIAL = 2, TEST_ALWAYS = 3 };
+
+/// State of a cell that can be put back.
+struct CellConditions {
+    ValueWithUnit temperature, pressure, depth;
+    double amount = 1.0;
+    Tank feed{"feed"};
+    double x_fraction = 1.0, y_fraction = 1.0;
+    int phase_count = 0;
+    std::vector<double> ln_k;
+    int third_phase_position = 0;
+};
+
+/// The simulated cell: a feed, a temperature, a pressure, and the phases found. Every calculation
+/// prepares the feed, builds a short-lived EOSolver and leaves its results here.
+class PVTCell {
+public:
+    /// The tanks are shared with the laboratory, which names them.
+    PVTCell(PtrTo<Tank> feed_tank, PtrTo<Tank> liquid, PtrTo<Tank> vapor, PtrTo<Tank> nf_x,
+            PtrTo<Tank> nf_y, PtrTo<ErrorList> error_list);
+
+    /// Isothermal flash at the cell's temperature and pressure. Problems go to `errors`.
+    void flash();
+    /// One Rachford-Rice solution at the K-values in ln_k.
+    void flash_with_k();
+    /// Restores the conditions and flashes from them; policies are put back afterwards.
+    void restore_and_flash(const CellConditions& conditions, bool keep_init);
+
+    CellConditions save() const;
+    void restore(const CellConditions& conditions);
+
+    /// Brings the feed and the phase tanks to the characterization; false if a FATAL ERROR stands.
+    bool prepare();
+    /// Converts, cleans and normalizes a tank with messages under `label`. The amount before
+    /// normalization goes to `amount_before` if it is not null.
+    bool prepare_stream(Tank* tank, const std::string& label, double* amount_before = nullptr);
+    /// The cell's characterization from here on; K-values survive if it stays the same.
+    void set_charz(Charzation* characterization);
+
+    std::span<const double> moles_of(const Tank& tank) const { return tank.moles(); }
+
+    Charzation* charz = nullptr;  ///< not owned
+    PtrTo<ErrorList> errors;
+    PtrTo<Tank> feed;
+    PtrTo<Tank> eq_liquid, eq_vapor;  ///< equilibrium phases; the feed when there is one phase
+    PtrTo<Tank> nf_liquid, nf_vapor;  ///< tie-line phases, kept for a negative flash
+    ValueWithUnit temperature;        ///< K
+    ValueWithUnit pressure;           ///< Pa
+    ValueWithUnit depth;              ///< m
+    PhaseState feed_state, x_state, y_state;
+    std::vector<double> feed_fractions;
+    std::vector<double> ln_k, k;
+    double amount = 1.0;  ///< moles of feed before normalization
+    int n = 0;
+    int phase_count = 0;  ///< 0 one phase by a single root, 1 one phase by choice of root or
+                          ///< negative flash, 2 two phases, 3 a third phase is due
+    int third_phase_position = 0;  ///< 0, or 1 lighter, 2 intermediate, 3 heavier
+    int eos_evaluations = 0;       ///< ln phi evaluations of the last calculation
+    int init_policy = INIT_PREVIOUS;
+    int current_init = INIT_PREVIOUS;
+    int test1 = TEST_SUSPECTED;
+    int test2 = TEST_SUSPECTED;
+    int third_phase_severity = WARNING;
+
+    unsigned long charz_serial = 0;  ///< of the characterization that ln_k belongs to
+};
+
+}  // namespace kestrane

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <span>
+
+namespace kestrane {
+
+/// Smallest pivots met by ldl_factor: signed, and in magnitude.
+struct PivotRange {
+    double smallest;
+    double smallest_abs;
+};
+
+/// Factors a symmetric matrix in place into L D L^T, without pivoting.
+///   a  in/out  n(n+1)/2  packed lower triangle; then L below and reciprocal pivots on the diagonal
+/// A pivot of exactly 0 stays 0. Never fails. n^3/6 multiplications.
+/// Golub & Van Loan, Matrix Computations, 3rd ed., 4.1 (no pivoting).
+PivotRange ldl_factor(std::span<double> a, std::size_t n);
+
+/// Solves L D L^T x = b for a matrix factored by ldl_factor.
+///   a  in      n(n+1)/2  packed lower triangle, reciprocal pivots
+///   b  in/out  n         right side, then x
+/// Never fails; a zero pivot contributes zero.
+void ldl_solve(std::span<const double> a, std::span<double> b);
+
+}  // namespace kestrane

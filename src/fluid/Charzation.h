@@ -1,0 +1,87 @@
+#pragma once
+
+#include <list>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "equil/EOS_User.h"
+#include "fluid/Compnent.h"
+#include "frame/ErrorList.h"
+#include "frame/PtrTo.h"
+#include "input/Table.h"
+
+namespace kestrane {
+
+class Charz_User;
+class EOS;
+class EOS_T_Parms;
+
+/// A named fluid description: components, an equation of state, binary interaction parameters,
+/// and the table through which the user typed them.
+class Charzation : public EOS_User {
+public:
+    Charzation();
+    explicit Charzation(std::string charz_name);
+    /// Copies all but the temperature cache. The copy gets a serial number of its own.
+    Charzation(const Charzation& other);
+    Charzation& operator=(const Charzation& other);
+
+    const CmdKey* FindKey(const std::string& word) const override;
+
+    int comp_count() const { return static_cast<int>(comps.size()); }
+    std::size_t size() const { return comps.size(); }
+    /// The equation; the default is made if there is none.
+    const EOS& eos() const;
+    PtrTo<const EOS> shared_eos() const;
+
+    /// Index by user-word comparison, first match, or -1.
+    int find_component(const std::string& word) const;
+    void add_component(const Compnent& component);
+    /// True if the word is the name or one of the aliases.
+    bool answers_to(const std::string& word) const;
+
+    /// Binary interaction parameters: none, or a square symmetric matrix with zero diagonal.
+    bool has_bips() const { return !bips.empty(); }
+    double bip(std::size_t i, std::size_t j) const { return bips[i * size() + j]; }
+    /// Makes the matrix, UNSET off the diagonal, if there is none.
+    void make_bips();
+    /// Stores symmetrically. UNSET is ignored, the diagonal stays 0. Out of range: BadComponent.
+    void set_bip(double value, int i, int j);
+    void set_bips_row(std::span<const double> values, int row);
+
+    /// Base properties, library matches. The base is looked for in `user`.
+    void initialize(Charz_User& user, ErrorList& errors);
+    /// Fills every property from what is given, in the fixed order of completion.
+    void complete(ErrorList& errors);
+    /// The first three steps of completion (CORR&).
+    void correlate(ErrorList& errors);
+    /// Once, at first use: checks the components against the equation and sets ln_pc.
+    void prepare_eos(ErrorList& errors);
+    /// Cached temperature parameters, at most 20 temperatures, most recent first.
+    PtrTo<const EOS_T_Parms> t_parms(double T);
+    void clear_t_cache() { t_cache.clear(); }
+
+    /// Never used twice in a run: proves a cache valid, where a pointer would not.
+    unsigned long serial() const { return serial_; }
+
+    std::string name;  ///< may be empty
+    std::vector<Compnent> comps;
+    std::vector<double> bips;  ///< row by row, n*n, or empty
+    PtrTo<std::string> basis;  ///< name of the base characterization, or null
+    Table table;               ///< as typed, later as filled
+    Compnent column_row;       ///< column index of each property, UNSET for none
+    std::set<std::string, KeyLess> aliases;
+    struct CachedTemperature {
+        double T;
+        PtrTo<const EOS_T_Parms> parms;
+    };
+    std::list<CachedTemperature> t_cache;
+    bool prepared = false;
+
+private:
+    unsigned long serial_;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,108 @@
+#pragma once
+
+#include <limits>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/Unset.h"
+#include "frame/Writer.h"
+
+namespace kestrane {
+
+class FileReader;
+
+/// Macro table: upper-case name to text.
+using Macros = std::map<std::string, std::string>;
+
+/// Turns script files into words, quoted texts and numbers; keeps a stack of files for includes.
+/// Reading functions return above 0 if a result was read, 0 if nothing of that kind stands here
+/// (or an empty field does), below 0 when the input has ended.
+class Reader : public Writer {
+public:
+    static constexpr double NO_MIN = std::numeric_limits<double>::lowest();
+    static constexpr double NO_MAX = std::numeric_limits<double>::max();
+
+    /// `primary` is not owned. Prints the note "Now reading file ..." if it is open.
+    Reader(const Writer& writer, InFile& primary);
+    ~Reader() override;
+    Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
+
+    /// One text item: quoted, between tabs, or up to the next blank.
+    int NextQuote(std::string& text);
+    int NextWord(std::string& text);
+    /// NextWord repeated over empty fields, until a word or the line limit.
+    int NextKeyword(std::string& text);
+    /// `value` keeps its content if the field is empty. Values outside the limits are replaced,
+    /// with a warning.
+    int NextDouble(double& value, double min = NO_MIN, double max = NO_MAX);
+    int NextInt(int& value, int min = std::numeric_limits<int>::lowest(),
+                int max = std::numeric_limits<int>::max());
+    /// Up to array.size() numbers; the count read, or -(count + 1) if the input ended.
+    int NextDoubles(std::span<double> array, double min = NO_MIN, double max = NO_MAX);
+    /// Drops all numbers that follow, over lines.
+    void SkipStatement();
+    void DiscardLine();
+    /// Gives the last token back: one step is always possible, and repeating it changes nothing.
+    void Unread();
+
+    /// The echo of input lines to the report. Returns the old value.
+    int SetEcho(int value);
+    /// -1 any number of further lines may be read, 0 none, N that many. Returns the old value.
+    int SetLineLimit(int limit);
+    void SetTabWidth(int width);
+    void Define(std::string_view name, std::string_view value);
+
+    /// Includes. Push is a fatal error when the file cannot be opened.
+    void Push(const std::string& name);
+    int Pop();
+    /// The EOF keyword: leaves an include, or ends the input.
+    void EndFile();
+
+    /// Appends 1 to 3 location lines for a message: the place, the most recent line, the most
+    /// recent word.
+    void Locate(std::vector<std::string>& lines, int detail, bool withColumn = true,
+                std::string_view prefix = "Problem detected") const;
+    /// Reports `Keyword "{word}" not recognized in current context.` as an error with its place.
+    void NotRecognized(const std::string& word);
+    /// An error block: the given lines, then three (or `detail`) location lines.
+    void ErrorHere(std::vector<std::string> lines, int detail = 2);
+
+    int flags() const;          ///< bit set of FileReader's flags
+    bool number_expected() const;
+    int startColumn() const;    ///< of the last token, source column from 0
+    int endColumn() const;      ///< one past its last character
+    int lineNumber() const;     ///< from 1
+    const std::string& token() const;
+    const std::string& lastWord() const { return lastWord_; }
+    InFile& file() const;       ///< the file being read
+
+private:
+    template <class F>
+    int with_pops(F read);
+
+    struct Level;
+    std::vector<std::unique_ptr<Level>> stack_;
+    Macros macros_;
+    std::string lastWord_;
+};
+
+/// Sets the reader's line limit for a scope, and restores it on the file it came from.
+class LineLimitScope {
+public:
+    LineLimitScope(Reader& reader, int limit);
+    ~LineLimitScope();
+    LineLimitScope(const LineLimitScope&) = delete;
+    LineLimitScope& operator=(const LineLimitScope&) = delete;
+
+private:
+    Reader& reader_;
+    const InFile* file_;
+    int previous_;
+};
+
+}  // namespace kestrane
