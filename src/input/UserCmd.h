@@ -39,8 +39,15 @@ private:
     U* user_;
 };
 
+// A family of commands that differ in a parameter of their data only is written once, as functions
+// read_data(command, reader) and execute_data(command, reader) found by argument-dependent lookup:
+//
+//     template <class V> void execute_data(UserCmd<EOSLab, Set_Data<V>>& command, Reader& reader);
+
 template <class U, class D>
-void UserCmd<U, D>::Read(Reader&, const std::string&) {}
+void UserCmd<U, D>::Read([[maybe_unused]] Reader& reader, const std::string&) {
+    if constexpr (requires { read_data(*this, reader); }) read_data(*this, reader);
+}
 
 template <class U, class D>
 void UserCmd<U, D>::Rerun(Reader& reader) {
@@ -49,7 +56,10 @@ void UserCmd<U, D>::Rerun(Reader& reader) {
 
 template <class U, class D>
 void UserCmd<U, D>::Execute(Reader& reader) {
-    execute_children(reader);
+    if constexpr (requires { execute_data(*this, reader); })
+        execute_data(*this, reader);
+    else
+        execute_children(reader);
 }
 
 /// A keyword of U's dictionary. Registers itself at construction, during static initialisation,

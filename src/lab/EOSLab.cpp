@@ -1,0 +1,134 @@
+#include "lab/EOSLab.h"
+
+#include <limits>
+
+#include "equil/EOS.h"
+#include "input/UserCmd.h"
+
+namespace kestrane {
+
+namespace {
+
+constexpr int READING_ERROR_LIMIT = 20;
+constexpr int READING_WARNING_LIMIT = 50;
+constexpr int NEW_ERRORS_PER_EVALUATION = 20;
+// An output file prints while its print level reaches its minimum level.
+constexpr int CONSOLE_LEVEL = 1;
+constexpr int REPORT_LEVEL = 3;
+
+void set_levels(OutFile* file, int minimum, int print) {
+    if (!file) return;
+    file->minimumLevel = minimum;
+    file->printLevel = print;
+}
+
+}  // namespace
+
+EOSLab::EOSLab() {
+    SetDeferred(true);
+    EOSLab::resetLaboratory();
+}
+
+const CmdKey* EOSLab::FindKey(const std::string& word) const {
+    if (const CmdKey* key = dictionary_of<EOSLab>().find(word)) return key;
+    return Charz_User::FindKey(word);
+}
+
+PtrTo<const EOS> EOSLab::default_eos() const {
+    return chosen_eos ? chosen_eos : Charz_User::default_eos();
+}
+
+Charzation* EOSLab::current(Charzation* next) {
+    Charzation* charz = Charz_User::current(next);
+    if (next) cell_->set_charz(charz);
+    return charz;
+}
+
+void EOSLab::forget_charzations() {
+    Charz_User::forget_charzations();
+    if (cell_) cell_->set_charz(nullptr);
+}
+
+std::vector<double> EOSLab::base_fractions(const Charzation& base) const {
+    const Tank& feed = *cell_->feed;
+    if (feed.charz() != &base || feed.total_moles() == 0.0) return Charz_User::base_fractions(base);
+    std::vector<double> fractions(feed.moles().begin(), feed.moles().end());
+    for (double& fraction : fractions) fraction /= feed.total_moles();
+    return fractions;
+}
+
+double EOSLab::base_temperature() const {
+    return cell_->temperature.value;
+}
+
+void EOSLab::runScript(Reader& reader) {
+    ErrorCounts& counts = reader.errorCounts();
+    counts.errorLimit = 1;
+    counts.warningLimit = READING_WARNING_LIMIT;
+    reader.CheckLimits();
+    counts.errorLimit = READING_ERROR_LIMIT;
+    ReadAll(reader);
+    counts.errorLimit = 1;
+    counts.warningLimit = std::numeric_limits<std::int32_t>::max();
+    reader.CheckLimits();
+    evaluate(reader, EvaluationMode::Final);
+}
+
+void EOSLab::evaluate(Reader& reader, EvaluationMode mode) {
+    mode_ = mode;
+    reader.CheckLimits();
+    ErrorCounts& counts = reader.errorCounts();
+    counts.errorLimit = counts.errors + NEW_ERRORS_PER_EVALUATION;
+    const bool prints = mode == EvaluationMode::First || mode == EvaluationMode::Final;
+    set_levels(reader.consoleFile, CONSOLE_LEVEL, prints ? CONSOLE_LEVEL : 0);
+    set_levels(reader.reportFile, REPORT_LEVEL, prints ? REPORT_LEVEL : 0);
+    resetLaboratory();
+    rerun_all(reader);
+    execute_all(reader);
+    set_levels(reader.consoleFile, CONSOLE_LEVEL, CONSOLE_LEVEL);
+    set_levels(reader.reportFile, REPORT_LEVEL,
+               mode == EvaluationMode::Jacobian ? 0 : REPORT_LEVEL);
+}
+
+void EOSLab::rerun_all(Reader& reader) {
+    for (const auto& command : commands) command->Rerun(reader);
+}
+
+void EOSLab::execute_all(Reader& reader) {
+    for (const auto& command : commands) command->Execute(reader);
+}
+
+void EOSLab::resetLaboratory() {
+    cell_ = nullptr;
+    forget_charzations();
+    chosen_eos = nullptr;
+    mixtures.clear();
+    saved_temperatures.clear();
+    saved_pressures.clear();
+    saved_depths.clear();
+    run_counts.clear();
+    title.clear();
+    subtitles.clear();
+    for (const char* name : {"FEED", "EQL&", "EQV&", "NFL&", "NFV&", "INJ&"})
+        mixtures.set(name, make_dyn<Tank>(name));
+    errors_ = make_dyn<ErrorList>();
+    cell_ = make_dyn<PVTCell>(find_mixture("FEED"), find_mixture("EQL"), find_mixture("EQV"),
+                              find_mixture("NFL"), find_mixture("NFV"), errors_);
+}
+
+PtrTo<Tank> EOSLab::find_mixture(const std::string& name) {
+    const DynPtr<Tank>* found = mixtures.find(name);
+    return found ? PtrTo<Tank>(*found) : PtrTo<Tank>();
+}
+
+void EOSLab::store_mixture(const std::string& name, const Tank& amounts) {
+    if (PtrTo<Tank> known = find_mixture(name)) {
+        known->copy(amounts);
+        return;
+    }
+    DynPtr<Tank> tank = make_dyn<Tank>(name);
+    tank->copy(amounts);
+    mixtures.set(name, tank);
+}
+
+}  // namespace kestrane

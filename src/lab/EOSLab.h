@@ -1,0 +1,67 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "equil/PVTCell.h"
+#include "fluid/Charz_User.h"
+#include "input/Reader.h"
+#include "lab/NamedTable.h"
+
+namespace kestrane {
+
+/// Why the stored commands are being executed.
+enum class EvaluationMode : int { First = 0, Step = 1, Jacobian = 2, Reduction = 3, Final = 4 };
+
+/// The laboratory: the session object that owns the cell and everything the script names. Its
+/// commands are stored while the script is read and executed afterwards, in script order.
+class EOSLab : public virtual EOS_User, public Charz_User {
+public:
+    EOSLab();
+
+    const CmdKey* FindKey(const std::string& word) const override;
+    PtrTo<const EOS> default_eos() const override;
+    using Charz_User::current;
+    /// The cell follows the current characterization.
+    Charzation* current(Charzation* next) override;
+    void forget_charzations() override;
+    std::vector<double> base_fractions(const Charzation& base) const override;
+    double base_temperature() const override;
+
+    /// The whole run: reads the script into stored commands, then executes them. A script with an
+    /// error stops (FatalError) before anything is calculated.
+    void runScript(Reader& reader);
+    /// One pass over the stored commands on a laboratory built from nothing.
+    void evaluate(Reader& reader, EvaluationMode mode);
+    virtual void resetLaboratory();
+
+    PVTCell& cell() { return *cell_; }
+    const PVTCell& cell() const { return *cell_; }
+    ErrorList& errors() { return *errors_; }
+    EvaluationMode mode() const { return mode_; }
+
+    /// The mixture of that name, standard ones included, or null.
+    PtrTo<Tank> find_mixture(const std::string& name);
+    /// Stores a copy of `amounts` under the name; a mixture of that name is filled, not replaced,
+    /// since the cell shares the standard ones.
+    void store_mixture(const std::string& name, const Tank& amounts);
+
+    NamedTable<DynPtr<Tank>> mixtures;
+    NamedTable<ValueWithUnit> saved_temperatures;  ///< K
+    NamedTable<ValueWithUnit> saved_pressures;     ///< Pa
+    NamedTable<ValueWithUnit> saved_depths;        ///< m
+    std::string title;                             ///< heads the sections that follow
+    std::vector<std::string> subtitles;            ///< in order of arrival
+    /// Runs of each calculation command in this evaluation, by its error label.
+    NamedTable<int> run_counts;
+
+private:
+    void rerun_all(Reader& reader);
+    void execute_all(Reader& reader);
+
+    DynPtr<ErrorList> errors_;
+    DynPtr<PVTCell> cell_;
+    EvaluationMode mode_ = EvaluationMode::First;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,56 @@
+#include "lab/MixtureTable.h"
+
+#include <iomanip>
+#include <sstream>
+
+#include "lab/NumberText.h"
+
+namespace kestrane {
+
+namespace {
+
+constexpr int NAME_WIDTH = 10;
+constexpr int COLUMN_WIDTH = 15;
+
+std::string row(const MixtureTable::Line& line) {
+    std::ostringstream text;
+    text << std::left << std::setw(NAME_WIDTH) << line.component << std::right;
+    for (const double value : {line.moles, line.mole_fraction, line.mass, line.mass_fraction})
+        text << std::setw(COLUMN_WIDTH) << amount_text(value);
+    return text.str();
+}
+
+double share(double part, double whole) {
+    return whole != 0.0 ? part / whole : 0.0;
+}
+
+}  // namespace
+
+MixtureTable mixture_table(const Tank& tank, const std::string& name) {
+    MixtureTable table;
+    table.title = "Mixture \"" + name + "\" Compositions";
+    const auto line = [&](const std::string& label, double moles, double mass) {
+        return MixtureTable::Line{label, moles, share(moles, tank.total_moles()), mass,
+                                  share(mass, tank.total_mass())};
+    };
+    for (std::size_t i = 0; i < static_cast<std::size_t>(tank.n()); ++i)
+        if (tank.moles()[i] != 0.0 || tank.masses()[i] != 0.0)
+            table.lines.push_back(
+                line(tank.charz()->comps[i].name.shown(), tank.moles()[i], tank.masses()[i]));
+    table.totals = line("Totals:", tank.total_moles(), tank.total_mass());
+    return table;
+}
+
+void print_mixture(Writer& writer, const MixtureTable& table) {
+    writer.Newlines(2);
+    writer.Line(table.title);
+    writer.Line(std::string(table.title.size(), '='));
+    writer.Line("");
+    writer.Line("Component         Moles       Mole Fracs        Mass        Mass Fracs");
+    writer.Line("----------     ----------     ----------     ----------     ----------");
+    for (const MixtureTable::Line& line : table.lines) writer.Line(row(line));
+    writer.Line(row(table.totals));
+    writer.Newlines(2);
+}
+
+}  // namespace kestrane

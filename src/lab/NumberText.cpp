@@ -1,0 +1,47 @@
+#include "lab/NumberText.h"
+
+#include <cmath>
+#include <iomanip>
+#include <sstream>
+
+namespace kestrane {
+
+namespace {
+
+const Units& base_unit(UnitKind kind) {
+    for (const Units* unit : unit_set(kind).units())
+        if (unit->factor == 1.0 && unit->offset == 0.0) return *unit;
+    return unit_set(kind).default_unit();
+}
+
+}  // namespace
+
+std::string fixed_text(double value, int decimals) {
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(decimals) << value;
+    return text.str();
+}
+
+std::string general_text(double value, int digits) {
+    std::ostringstream text;
+    text << std::setprecision(digits) << value;
+    return text.str();
+}
+
+std::string amount_text(double value) {
+    const double size = std::abs(value);
+    if (value == 0.0 || (size >= 1e-4 && size < 1e3)) return fixed_text(value, 6);
+    std::ostringstream text;
+    text << std::scientific << std::setprecision(3) << value;
+    return text.str();
+}
+
+std::string value_text(const ValueWithUnit& value, UnitKind kind) {
+    const Units& unit = value.unit ? *value.unit : base_unit(kind);
+    const double shown = value.value == UNSET ? 0.0 : unit.print(value.value);
+    std::string text = general_text(shown);
+    if (!unit.name().empty()) text += " " + unit.name();
+    return text;
+}
+
+}  // namespace kestrane
