@@ -30,9 +30,27 @@ public:
 
 /// Categories of units, in their fixed order.
 enum class UnitKind {
-    Fraction, Time, Distance, Area, Volume, Mass, Mole, Temperature, AbsoluteTemperature, Pressure,
-    AbsolutePressure, PressureGradient, Density, SpecificVolume, MolarDensity, MolarVolume,
-    Viscosity, InterfacialTension, GasOilRatio, OilGasRatio, Count
+    Fraction,
+    Time,
+    Distance,
+    Area,
+    Volume,
+    Mass,
+    Mole,
+    Temperature,
+    AbsoluteTemperature,
+    Pressure,
+    AbsolutePressure,
+    PressureGradient,
+    Density,
+    SpecificVolume,
+    MolarDensity,
+    MolarVolume,
+    Viscosity,
+    InterfacialTension,
+    GasOilRatio,
+    OilGasRatio,
+    Count
 };
 
 /// A named category of units. The first unit is the default unless another was chosen.
@@ -69,6 +87,23 @@ struct ValueWithUnit {
 int ReadValue(Reader& reader, ValueWithUnit& value, std::span<const UnitSet* const> sets,
               int preferred = 0);
 
+inline constexpr double GAS_CONSTANT = 8314.472;  ///< Pa m3/(kmol K)
+inline constexpr double GRAVITY = 9.80665;        ///< m/s2
+/// Density of water that specific gravities refer to (0.999024 g/cm3), kg/m3.
+inline constexpr double WATER_DENSITY = 999.024;
+inline constexpr double ATMOSPHERE = 101325.0;                     ///< Pa
+inline constexpr double SIXTY_FAHRENHEIT = (60.0 + 459.67) / 1.8;  ///< K
+
+/// Molar volume of an ideal gas at T (K) and P (Pa), m3/kmol.
+inline constexpr double standard_molar_volume(double T, double P) {
+    return T * GAS_CONSTANT / P;
+}
+
+/// Sets the factors of the units that hold standard cubic metres of gas (sm3), not those in scf.
+void follow_standard_volume(double molar_volume);
+/// Sets the offsets of the gauge pressure units, with their tolerances; zero in Pa.
+void follow_gauge_zero(double zero);
+
 /// Standard conditions of gas volumes (STP) and the molar volume that follows from them.
 struct StandardConditions {
     ValueWithUnit temperature;    ///< K, 60 F at start
@@ -83,11 +118,5 @@ void set_standard_conditions(ValueWithUnit temperature, ValueWithUnit pressure);
 /// Zero of gauge pressures, 1 atm at start.
 const ValueWithUnit& gauge_zero();
 void set_gauge_zero(const ValueWithUnit& zero);
-
-inline constexpr double GAS_CONSTANT = 8314.472;  ///< Pa m3/(kmol K)
-inline constexpr double GRAVITY = 9.80665;        ///< m/s2
-/// Density of water that specific gravities refer to (0.999024 g/cm3), kg/m3.
-inline constexpr double WATER_DENSITY = 999.024;
-inline constexpr double ATMOSPHERE = 101325.0;    ///< Pa
 
 }  // namespace kestrane
