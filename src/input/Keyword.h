@@ -21,7 +21,9 @@ int KeyCompare(const std::string& a, const std::string& b);
 
 /// Ordering functor for dictionaries of names under KeyCompare.
 struct KeyLess {
-    bool operator()(const std::string& a, const std::string& b) const { return KeyCompare(a, b) < 0; }
+    bool operator()(const std::string& a, const std::string& b) const {
+        return KeyCompare(a, b) < 0;
+    }
 };
 
 /// A word of the language with its aliases.
@@ -118,10 +120,10 @@ public:
     std::string Location(const std::string& prefix = "Problem for ",
                          const std::string& suffix = ".") const;
 
-    std::string word;               ///< as typed
-    DynPtr<std::string> fileName;   ///< null for standard input
-    int line = 0;                   ///< from 1
-    int column = 0;                 ///< from 1
+    std::string word;              ///< as typed
+    DynPtr<std::string> fileName;  ///< null for standard input
+    int line = 0;                  ///< from 1
+    int column = 0;                ///< from 1
 
 protected:
     void rerun_children(Reader& reader);

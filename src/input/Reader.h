@@ -1,7 +1,7 @@
 #pragma once
 
+#include <cstddef>
 #include <limits>
-#include <map>
 #include <memory>
 #include <span>
 #include <string>
@@ -10,13 +10,11 @@
 
 #include "frame/Unset.h"
 #include "frame/Writer.h"
+#include "input/SourceLine.h"
 
 namespace kestrane {
 
 class FileReader;
-
-/// Macro table: upper-case name to text.
-using Macros = std::map<std::string, std::string>;
 
 /// Turns script files into words, quoted texts and numbers; keeps a stack of files for includes.
 /// Reading functions return above 0 if a result was read, 0 if nothing of that kind stands here
@@ -25,6 +23,8 @@ class Reader : public Writer {
 public:
     static constexpr double NO_MIN = std::numeric_limits<double>::lowest();
     static constexpr double NO_MAX = std::numeric_limits<double>::max();
+    /// Includes within includes. One more counts as a file that cannot be opened.
+    static constexpr std::size_t MAX_INCLUDES = 200;
 
     /// `primary` is not owned. Prints the note "Now reading file ..." if it is open.
     Reader(const Writer& writer, InFile& primary);
@@ -35,10 +35,11 @@ public:
     /// One text item: quoted, between tabs, or up to the next blank.
     int NextQuote(std::string& text);
     int NextWord(std::string& text);
-    /// NextWord repeated over empty fields, until a word or the line limit.
+    /// NextWord repeated over empty fields, until a word or the line limit. Empty fields give empty
+    /// text and 0 in NextWord and NextQuote.
     int NextKeyword(std::string& text);
-    /// `value` keeps its content if the field is empty. Values outside the limits are replaced,
-    /// with a warning.
+    /// `value` keeps its content if the field is empty, which counts as read. Values outside the
+    /// limits are replaced, with a warning. A fraction in an integer is dropped, with a warning.
     int NextDouble(double& value, double min = NO_MIN, double max = NO_MAX);
     int NextInt(int& value, int min = std::numeric_limits<int>::lowest(),
                 int max = std::numeric_limits<int>::max());
@@ -72,23 +73,30 @@ public:
     /// An error block: the given lines, then three (or `detail`) location lines.
     void ErrorHere(std::vector<std::string> lines, int detail = 2);
 
-    int flags() const;          ///< bit set of FileReader's flags
+    int flags() const;  ///< bit set of FileReader's flags
     bool number_expected() const;
-    int startColumn() const;    ///< of the last token, source column from 0
-    int endColumn() const;      ///< one past its last character
-    int lineNumber() const;     ///< from 1
+    int startColumn() const;  ///< of the last token, source column from 0
+    int endColumn() const;    ///< one past its last character
+    int lineNumber() const;   ///< from 1
     const std::string& token() const;
     const std::string& lastWord() const { return lastWord_; }
-    InFile& file() const;       ///< the file being read
+    InFile& file() const;  ///< the file being read
 
 private:
+    friend class LineLimitScope;
+    struct Level;
+
     template <class F>
     int with_pops(F read);
+    FileReader& top() const;
+    /// Does nothing if that file has been left.
+    void restore_line_limit(std::size_t serial, int limit);
+    std::vector<std::string> located(std::string first) const;
 
-    struct Level;
     std::vector<std::unique_ptr<Level>> stack_;
     Macros macros_;
     std::string lastWord_;
+    std::size_t pushes_ = 0;  ///< files opened so far: serial numbers of the levels
 };
 
 /// Sets the reader's line limit for a scope, and restores it on the file it came from.
@@ -101,7 +109,7 @@ public:
 
 private:
     Reader& reader_;
-    const InFile* file_;
+    std::size_t serial_;  ///< of the file's level in the reader
     int previous_;
 };
 

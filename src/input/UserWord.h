@@ -18,7 +18,8 @@ public:
     /// What it is compared by: nine characters, with "&" behind them if the word had more.
     const std::string& key() const { return key_; }
     bool empty() const { return text_.empty(); }
-    bool matches(const std::string& word) const { return KeyCompare(key_, word) == 0; }
+    /// True if `word` is this name, nine characters of both being significant.
+    bool matches(const std::string& word) const;
 
 private:
     std::string text_;
@@ -26,7 +27,9 @@ private:
     std::string key_;
 };
 
-inline bool operator==(const UserWord& a, const UserWord& b) { return KeyCompare(a.key(), b.key()) == 0; }
+inline bool operator==(const UserWord& a, const UserWord& b) {
+    return KeyCompare(a.key(), b.key()) == 0;
+}
 
 /// A text read by NextQuote, compared exactly.
 struct Quote {
