@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@ class Charz_User : public virtual EOS_User {
 public:
     const CmdKey* FindKey(const std::string& word) const override;
 
+    /// The equation of characterizations that choose none: the user's own choice, else PR79.
     virtual PtrTo<const EOS> default_eos() const;
     /// Stores a copy, makes it current, returns it.
     virtual Charzation& add_charzation(const Charzation& charz);
@@ -26,8 +28,16 @@ public:
     virtual bool knows_name(const std::string& word) const;
     /// Composition of the user's current mixture on `base`; ones here.
     virtual std::vector<double> base_fractions(const Charzation& base) const;
+    /// Temperature at which lumps are formed, K; 0 asks for the standard one.
     virtual double base_temperature() const;
+    /// Drops all characterizations; nothing is current afterwards.
     virtual void forget_charzations();
+
+    /// Oldest first.
+    std::span<const PtrTo<Charzation>> charzations() const { return charzations_; }
+    /// add_charzation for those who keep the copy alive.
+    PtrTo<Charzation> add_shared(const Charzation& charz);
+    bool holds(const PtrTo<Charzation>& charz) const;
 
 protected:
     std::vector<PtrTo<Charzation>> charzations_;

@@ -9,6 +9,7 @@
 #include "equil/EOS_User.h"
 #include "fluid/Compnent.h"
 #include "frame/ErrorList.h"
+#include "frame/Errors.h"
 #include "frame/PtrTo.h"
 #include "input/Table.h"
 
@@ -17,6 +18,12 @@ namespace kestrane {
 class Charz_User;
 class EOS;
 class EOS_T_Parms;
+class Reader;
+
+/// A component table that describes no fluid.
+struct IllegalCharzation : BadComponent {
+    std::string reason;  ///< one line, with its full stop
+};
 
 /// A named fluid description: components, an equation of state, binary interaction parameters,
 /// and the table through which the user typed them.
@@ -51,6 +58,14 @@ public:
     void set_bip(double value, int i, int j);
     void set_bips_row(std::span<const double> values, int row);
 
+    /// Reads a component table, or merges one into the table read before, and makes `comps` of its
+    /// rows. Returns as Table::Read; sets `block_closed` if the table's END was read. Throws
+    /// IllegalCharzation for a row without a name and for names that match each other.
+    int read_table(Reader& reader, const CmdDictionary* stop_words);
+    /// Reads the rows of interaction parameters behind the keyword just read. Sets `block_closed`
+    /// if nothing more of the block can follow.
+    void read_bips(Reader& reader);
+
     /// Base properties, library matches. The base is looked for in `user`.
     void initialize(Charz_User& user, ErrorList& errors);
     /// Fills every property from what is given, in the fixed order of completion.
@@ -79,8 +94,21 @@ public:
     };
     std::list<CachedTemperature> t_cache;
     bool prepared = false;
+    bool block_closed = false;  ///< while reading: the END of the block was met
 
 private:
+    void take_rows();
+    void check_names() const;
+    /// The base named by `basis`; null with an entry in `errors` if it cannot be used.
+    const Charzation* find_base(Charz_User& user, ErrorList& errors) const;
+    void take_base(const Charzation& base);
+    void take_base_bips(const Charzation& base, std::span<const int> map);
+    void fill_column_row();
+    void resize_bips(std::size_t old_size, std::size_t new_size);
+
+    void fill_lower_cuts();
+    void fill_properties();
+
     unsigned long serial_;
 };
 

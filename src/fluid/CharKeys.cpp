@@ -1,0 +1,198 @@
+#include <string>
+
+#include "fluid/BipTable.h"
+#include "fluid/CharCmd.h"
+#include "fluid/Charzation_report.h"
+#include "input/Reader.h"
+
+namespace kestrane {
+
+/// BASE: names the characterization from which this one takes what is not typed.
+struct CharBase_Data {};
+using CharBase_Cmd = UserCmd<Charzation, CharBase_Data>;
+
+/// BIPS: the table of binary interaction parameters.
+struct BIPS_Data {};
+using BIPS_Cmd = UserCmd<Charzation, BIPS_Data>;
+
+/// CORR: fills unspecified properties from the correlations ahead of completion.
+struct CharCorr_Data {};
+using CharCorr_Cmd = UserCmd<Char_Cmd, CharCorr_Data>;
+
+namespace {
+
+/// The words that end a component table without its END.
+const CmdDictionary& table_stop_words() {
+    static const CmdKey bips{BIP_KEYWORDS[0], BIP_KEYWORDS[1]};
+    static const CmdDictionary dictionary = [] {
+        CmdDictionary words;
+        for (const std::string& alias : bips.aliases) words.add(alias, &bips);
+        return words;
+    }();
+    return dictionary;
+}
+
+/// Verdict line of the two stages of a definition.
+std::string problem_headline(std::string_view what, int) {
+    return "Problem for " + std::string(what) + ".";
+}
+
+void report_stage(ErrorList& errors, Reader& reader, const Command& command, const char* stage) {
+    errors.Report(reader, stage, command.Location(), problem_headline);
+    errors.Clear();
+}
+
+/// Reads a component table whose first heading is the word just given back. 0 if none stands here.
+int read_component_table(Reader& reader, Charzation& charz) {
+    try {
+        return charz.read_table(reader, &table_stop_words());
+    } catch (const IllegalCharzation& illegal) {
+        report_illegal_charzation(reader, illegal.reason);
+        return 1;
+    }
+}
+
+/// Runs the keyword that `word` finds in the block, if any. Keywords of the characterization act on
+/// it at once; the others are stored by the command and act between initialization and completion.
+bool run_block_keyword(Reader& reader, const std::string& word, Char_Cmd& command) {
+    if (const CmdKey* own = command.FindKey(word)) {
+        own->Run(reader, word, command);
+        return true;
+    }
+    const CmdKey* key = command.charz.FindKey(word);
+    if (!key) return false;
+    const bool global = key == command.Key_User::FindKey(word);
+    key->Run(reader, word, global ? static_cast<Key_User&>(command) : command.charz);
+    return true;
+}
+
+/// Reports the word that stands next, and leaves it there.
+void report_stray_word(Reader& reader) {
+    std::string word;
+    reader.NextKeyword(word);
+    report_illegal_charzation(reader,
+                              "Keyword \"" + word + "\" not recognized in current context.");
+    reader.Unread();
+}
+
+/// Reads keywords and tables up to the END of the block.
+void read_block(Reader& reader, Char_Cmd& command) {
+    Charzation& charz = command.charz;
+    charz.block_closed = false;
+    bool has_table = false;
+    while (!charz.block_closed) {
+        reader.SetLineLimit(-1);
+        std::string word;
+        if (reader.NextKeyword(word) <= 0) return;
+        if (KeyCompare(word, "END") == 0) return;
+        if (run_block_keyword(reader, word, command)) continue;
+        reader.Unread();
+        const int result = read_component_table(reader, charz);
+        if (result < 0) return;
+        if (result == 0) {
+            if (has_table) report_stray_word(reader);
+            return;
+        }
+        has_table = true;
+    }
+}
+
+/// Reads the command's own keywords behind the block; one more END is theirs.
+void read_sub_commands(Reader& reader, Char_Cmd& command) {
+    for (;;) {
+        reader.SetLineLimit(-1);
+        std::string word;
+        if (reader.NextKeyword(word) <= 0) return;
+        if (KeyCompare(word, "END") == 0) return;
+        const CmdKey* key = command.FindKey(word);
+        if (!key) {
+            reader.Unread();
+            return;
+        }
+        key->Run(reader, word, command);
+    }
+}
+
+}  // namespace
+
+std::string read_name(Reader& reader) {
+    const LineLimitScope one_line(reader, 0);
+    std::string name;
+    if (reader.NextQuote(name) <= 0) name.clear();
+    return name;
+}
+
+void report_illegal_charzation(Reader& reader, const std::string& reason) {
+    reader.ErrorHere({"Illegal fluid characterization.", reason});
+}
+
+template <>
+void CharBase_Cmd::Read(Reader& reader, const std::string&) {
+    const std::string base = read_name(reader);
+    user().basis = make_dyn<std::string>(base);
+}
+
+template <>
+void BIPS_Cmd::Read(Reader& reader, const std::string&) {
+    reader.Unread();
+    try {
+        user().read_bips(reader);
+    } catch (const IllegalCharzation& illegal) {
+        report_illegal_charzation(reader, illegal.reason);
+    }
+}
+
+template <>
+void CharCorr_Cmd::Execute(Reader& reader) {
+    const std::string note = "Correlating unspecified component properties with MW, TB and SG.";
+    reader.Block("UPDATE", {&note, 1}, Writer::DEFAULT_WIDTH, '=');
+    ErrorList errors;
+    user().added->correlate(errors);
+    report_stage(errors, reader, *this, "component property correlation");
+}
+
+template <>
+void Char_Cmd::Read(Reader& reader, const std::string&) {
+    charz.name = read_name(reader);
+    const bool live = immediate;
+    immediate = false;
+    read_block(reader, *this);
+    // What follows in the script may name this characterization and its components.
+    added = user().add_shared(charz);
+    read_sub_commands(reader, *this);
+    immediate = live;
+    if (live) Execute(reader);
+}
+
+template <>
+void Char_Cmd::Rerun(Reader& reader) {
+    added = nullptr;
+    rerun_children(reader);
+}
+
+template <>
+void Char_Cmd::Execute(Reader& reader) {
+    const std::string quoted = charz.name.empty() ? "" : " \"" + charz.name + "\"";
+    reader.Note({"Now defining fluid characterization" + quoted + "."});
+    if (!added || !user().holds(added)) added = user().add_shared(charz);
+    user().current(added.get());
+
+    ErrorList errors;
+    added->initialize(user(), errors);
+    report_stage(errors, reader, *this, "characterization initialization");
+    execute_children(reader);
+    added->complete(errors);
+    report_stage(errors, reader, *this, "characterization completion");
+    print_charzation(reader, *added);
+}
+
+namespace {
+
+const UserKey<Charzation, CharBase_Data> base_key{"BAS&", "PAR&"};
+const UserKey<Charzation, BIPS_Data> bips_key{BIP_KEYWORDS[0], BIP_KEYWORDS[1]};
+const UserKey<Char_Cmd, CharCorr_Data> corr_key{"CORR&"};
+const UserKey<Charz_User, Char_Data> char_key{"CHAR&", "PROP&"};
+
+}  // namespace
+
+}  // namespace kestrane
