@@ -1,10 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <span>
 
 namespace kestrane {
 
-/// Smallest pivots met by ldl_factor: signed, and in magnitude.
+/// Smallest pivots met by ldl_factor: signed, and in magnitude. The largest double for n = 0.
 struct PivotRange {
     double smallest;
     double smallest_abs;
@@ -12,7 +13,8 @@ struct PivotRange {
 
 /// Factors a symmetric matrix in place into L D L^T, without pivoting.
 ///   a  in/out  n(n+1)/2  packed lower triangle; then L below and reciprocal pivots on the diagonal
-/// A pivot of exactly 0 stays 0. Never fails. n^3/6 multiplications.
+/// A pivot of exactly 0 stays 0, and so does one too small for its reciprocal to be a double; a
+/// pivot that is not a number counts as 0. Never fails. n^3/6 multiplications.
 /// Golub & Van Loan, Matrix Computations, 3rd ed., 4.1 (no pivoting).
 PivotRange ldl_factor(std::span<double> a, std::size_t n);
 

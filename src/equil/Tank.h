@@ -43,10 +43,11 @@ public:
     /// Sets negative amounts to 0; true if they were significant against `tolerance`.
     bool clean_negative(double tolerance);
     /// Scales to one mole in all; true if the amounts were neither fractions nor percentages
-    /// within `tolerance`. BadTank if empty.
+    /// within `tolerance`. BadTank if empty, or if an amount is infinite.
     bool normalize(double tolerance);
-    /// Rewrites the amounts in another characterization, by component name. UnconvertedTank if
-    /// that is impossible.
+    /// Rewrites the amounts in another characterization: a component keeps the moles that its name
+    /// has in the source; one that the source does not know gets none. From or to no
+    /// characterization nothing is kept. UnconvertedTank if the conversion is impossible.
     void convert(Charzation* target);
 
     /// Recomputes masses and totals from `moles()`, after these were written in place.
@@ -64,6 +65,10 @@ public:
     std::string name;  ///< may be empty
 
 private:
+    void sum_totals();
+    /// The index, or BadComponent.
+    std::size_t checked(int component) const;
+
     Charzation* charz_ = nullptr;  ///< not owned
     std::size_t n_ = 0;
     std::vector<double> amounts_;  ///< room for 2n: moles, then masses
@@ -71,8 +76,9 @@ private:
     double total_mass_ = 0.0;      ///< kg
 };
 
-/// Words a failed conversion: `The "{name}" mixture could not be converted ...`.
-std::string conversion_message(const std::string& label, const Tank& tank,
-                               const Charzation* target, const std::string& reason);
+/// Words a failed conversion: `The "{name}" mixture could not be converted ...`; `label` stands
+/// for a mixture without a name. Two lines, or more if the reason has several.
+std::string conversion_message(const std::string& label, const Tank& tank, const Charzation* target,
+                               const std::string& reason);
 
 }  // namespace kestrane
