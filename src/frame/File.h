@@ -21,13 +21,16 @@ public:
     void SetPath(std::string_view path, std::string_view baseDirectory = {});
     /// Resolves `path` against the file's directory; later relative names start from the result.
     void ChangeDirectory(std::string_view path);
-    /// A name beside this file's with another extension: FLUID.DAT and "Out" give FLUID.OUT.
+    /// A name beside this file's with another extension: FLUID.DAT and "Out" give FLUID.OUT. The
+    /// letter case of the extension follows that of the stem.
     std::string DefaultName(std::string_view extension) const;
+    /// True if both names lead to one existing file, by whatever spelling or link. Never throws.
+    bool sameFile(const File& other) const;
 
     DynPtr<std::string> fullName;  ///< null for a standard stream
-    std::string directory;
-    std::string name;   ///< with extension
-    std::string drive;  ///< "X:" or empty
+    std::string directory;         ///< with the drive; "/" for the root, empty for the start
+    std::string name;              ///< with extension
+    std::string drive;             ///< "X:" or empty
 };
 
 /// A file with a stream buffer of its own, or on a buffer of somebody else's.
@@ -41,6 +44,8 @@ protected:
     IOFile() = default;
     explicit IOFile(std::streambuf& shared) : shared_(&shared) {}
     std::streambuf* stream_buffer() const;
+    /// Opens the stored path; false if it names nothing that can be opened.
+    bool open(std::ios_base::openmode mode);
 
     std::filebuf buffer_;
     std::streambuf* shared_ = nullptr;  ///< not owned; null when buffer_ is in use
@@ -53,6 +58,7 @@ public:
     explicit InFile(std::streambuf& shared);
     /// Opens the stored path for binary reading. A directory does not open. Never throws.
     bool OpenRead();
+    /// Lets the user choose an existing file and opens it. False if the user cancels.
     bool OpenDialog(std::string_view title);
 
     char lineEnd = 0;   ///< line terminator seen so far
@@ -65,6 +71,9 @@ public:
     explicit OutFile(std::streambuf& shared);
     /// Opens the stored path for binary writing, truncating what exists. Never throws.
     bool OpenWrite();
+    /// Lets the user choose a file to write and opens it; "@" takes the console. `templateFile`
+    /// (may be null) gives the folder and the stem of the name proposed, see propose_save. False
+    /// if the user cancels.
     bool SaveDialog(std::string_view title, std::string_view extension, const File* templateFile);
 
     /// Whether output reaches this file now.

@@ -2,10 +2,12 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "frame/ErrorCounts.h"
 #include "frame/File.h"
+#include "frame/RunClock.h"
 #include "frame/Writer.h"
 
 namespace kestrane {
@@ -52,6 +54,10 @@ public:
         std::unique_ptr<Writer> theWriter;
         std::unique_ptr<Reader> theReader;
         bool batchMode = true;
+        RunClock clock;
+        /// Memory kept only to be given back when there is no other, so that this can be reported.
+        std::unique_ptr<char[]> reserveBlock;
+        int instances = 0;  ///< living Programs
         State();
         ~State();
     };
@@ -59,9 +65,16 @@ public:
 
 private:
     void OpenFiles(int argc, char* const* argv);
+    void OpenConsole(int argc);
+    void OpenInput(int argc, char* const* argv);
+    void OpenReport(int argc, char* const* argv);
+    void PrintBanner(OutFile& file) const;
+    void ShutDown();
 };
 
 /// The rows of the banner box, each with its margin, without newlines.
 std::vector<std::string> banner_box(const std::vector<std::string>& lines);
+/// The years of the banner's notice, from a date that ends in its year: "1995" or "1995-2026".
+std::string notice_years(std::string_view build_date);
 
 }  // namespace kestrane
