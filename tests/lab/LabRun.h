@@ -15,7 +15,10 @@ namespace kestrane {
 class LabRun {
 public:
     explicit LabRun(const std::string& script)
-        : input_(script), file_(input_), report_file_(report_), writer_(counts, nullptr, &report_file_),
+        : input_(script),
+          file_(input_),
+          report_file_(report_),
+          writer_(counts, nullptr, &report_file_),
           reader_(writer_, file_) {
         try {
             lab.runScript(reader_);

@@ -115,8 +115,8 @@ TEST(MixCmd, ReservedNamesAreRefusedByTheirStem) {
         LabRun run(LIGHT_FLUID + "MIX " + name + " C1 1\n");
         EXPECT_TRUE(run.stopped);
         EXPECT_TRUE(run.reports("Mixture \"" + std::string(name) + "\" cannot be defined"));
-        EXPECT_TRUE(run.reports(
-            "Names beginning with \"EQL\" are not allowed for user-defined mixtures."));
+        EXPECT_TRUE(
+            run.reports("Names beginning with \"EQL\" are not allowed for user-defined mixtures."));
     }
     for (const char* stem : {"TANK", "MOLE", "MASS", "TMOLE", "TMASS", "EQV", "NFL", "NFV"}) {
         LabRun run(LIGHT_FLUID + "MIX " + stem + "X C1 1\n");
@@ -138,20 +138,19 @@ TEST(MixCmd, AVoidIngredientIsAnErrorWhenExecuted) {
     LabRun run(LIGHT_FLUID + "MIX A\nMIX B C1 1 A MOLE 1\n");
     EXPECT_EQ(run.counts.errors, 1) << run.report();
     EXPECT_TRUE(run.reports("Could not add an ingredient to mixture \"B\""));
-    EXPECT_TRUE(
-        run.reports("Ingredient \"A\" was void of total moles, total mass, or both."));
+    EXPECT_TRUE(run.reports("Ingredient \"A\" was void of total moles, total mass, or both."));
 }
 
 TEST(MixCmd, PrintsATableUnlessQuiet) {
     const std::string title = "Mixture \"A\" Compositions\n========================\n";
     LabRun loud(LIGHT_FLUID + "MIXTURE A C1 1 C3 3\n");
     EXPECT_TRUE(loud.reports(title)) << loud.report();
-    EXPECT_TRUE(loud.reports(
-        "Component         Moles       Mole Fracs        Mass        Mass Fracs\n"
-        "----------     ----------     ----------     ----------     ----------\n"
-        "C1               1.000000       0.250000      16.043000       0.108166\n"
-        "C3               3.000000       0.750000     132.291000       0.891834\n"
-        "Totals:          4.000000       1.000000     148.334000       1.000000\n"))
+    EXPECT_TRUE(
+        loud.reports("Component         Moles       Mole Fracs        Mass        Mass Fracs\n"
+                     "----------     ----------     ----------     ----------     ----------\n"
+                     "C1               1.000000       0.250000      16.043000       0.108166\n"
+                     "C3               3.000000       0.750000     132.291000       0.891834\n"
+                     "Totals:          4.000000       1.000000     148.334000       1.000000\n"))
         << loud.report();
     for (const char* word : {"QMIX", "QIX"}) {
         LabRun quiet(LIGHT_FLUID + word + " A C1 1 C3 3\n");

@@ -87,8 +87,8 @@ TEST(PolicyCmds, StabSetsAllThree) {
         EXPECT_EQ(on.lab.cell().init_policy, 1);
         EXPECT_EQ(on.lab.cell().test1, 3);
         EXPECT_EQ(on.lab.cell().test2, 3);
-        EXPECT_TRUE(on.reports(
-            "Stability tests will initialize and check all phase-split calculations"));
+        EXPECT_TRUE(
+            on.reports("Stability tests will initialize and check all phase-split calculations"));
     }
     LabRun off("STAB OFF\n");
     EXPECT_EQ(off.lab.cell().init_policy, 4);

@@ -79,7 +79,8 @@ TEST(VariableCmds, LogarithmicWithoutAPhysicalResultIsFatal) {
     EXPECT_TRUE(run.stopped);
     EXPECT_EQ(run.counts.fatals, 1);
     EXPECT_TRUE(run.reports("Could not restore pressure \"P1\" logarithmically"));
-    EXPECT_TRUE(run.reports("The current, stored, or resulting pressure was found to be nonphysical."));
+    EXPECT_TRUE(
+        run.reports("The current, stored, or resulting pressure was found to be nonphysical."));
 }
 
 TEST(VariableCmds, UndefinedNamesAreErrors) {

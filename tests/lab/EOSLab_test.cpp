@@ -1,0 +1,109 @@
+#include "lab/LabRun.h"
+
+namespace kestrane {
+namespace {
+
+TEST(EOSLab, NothingIsCalculatedAfterAnErrorInTheScript) {
+    LabRun run(LIGHT_FLUID + "MIX FEED C1 0.5 C3 0.5\nGRUMBLE\nFLASH 300 K 20 bar\n");
+    EXPECT_TRUE(run.stopped);
+    EXPECT_EQ(run.counts.errors, 1);
+    EXPECT_FALSE(run.reports("Flash Calculation"));
+    EXPECT_TRUE(run.reports("Keyword \"GRUMBLE\" not recognized in current context."));
+    EXPECT_TRUE(run.reports("at column 1 of line 9"));
+}
+
+TEST(EOSLab, TheTwentiethErrorWhileReadingStopsAtOnce) {
+    std::string script;
+    for (int i = 0; i < 30; ++i) script += "GRUMBLE\n";
+    LabRun run(script);
+    EXPECT_TRUE(run.stopped);
+    EXPECT_EQ(run.counts.errors, 20);
+}
+
+TEST(EOSLab, TheFiftiethWarningWhileReadingStopsAtOnce) {
+    std::string script;
+    for (int i = 0; i < 60; ++i) script += "TABS 2.5\n";  // an integer with a fraction warns
+    LabRun run(script);
+    EXPECT_TRUE(run.stopped);
+    EXPECT_EQ(run.counts.warnings, 50);
+}
+
+TEST(EOSLab, EvaluationAllowsNineteenNewErrors) {
+    std::string script;
+    for (int i = 0; i < 30; ++i) script += "TEMP RES NOWHERE\n";
+    LabRun run(script);
+    EXPECT_FALSE(run.counts.errors > 20);
+    EXPECT_EQ(run.counts.errors, 20);
+    EXPECT_TRUE(run.stopped);
+}
+
+TEST(EOSLab, ASecondEvaluationRepeatsTheFirst) {
+    std::stringbuf input(LIGHT_FLUID +
+                         "MIX FEED C1 0.5 C3 0.5\nFLASH 250 K 10 bar\n"
+                         "INIT2 WILSON\nSTP 20 C\nGAUGE 2 bar\nFLASH\n");
+    std::stringbuf output;
+    InFile in(input);
+    OutFile out(output);
+    ErrorCounts counts;
+    Writer writer(counts, nullptr, &out);
+    Reader reader(writer, in);
+    EOSLab lab;
+    lab.runScript(reader);
+    const auto report_of = [&] {
+        output.str("");
+        lab.evaluate(reader, EvaluationMode::Final);
+        return output.str();
+    };
+    const std::string first = report_of();
+    EXPECT_NE(first.find("Flash Calculation 2"), std::string::npos);
+    EXPECT_EQ(first, report_of());
+    EXPECT_EQ(counts.errors, 0) << first;
+}
+
+TEST(EOSLab, JacobianEvaluationsPrintNothing) {
+    std::stringbuf input(LIGHT_FLUID + "MIX FEED C1 0.5 C3 0.5\nFLASH 250 K 10 bar\n");
+    std::stringbuf output;
+    InFile in(input);
+    OutFile out(output);
+    ErrorCounts counts;
+    Writer writer(counts, nullptr, &out);
+    Reader reader(writer, in);
+    EOSLab lab;
+    lab.runScript(reader);
+    output.str("");
+    lab.evaluate(reader, EvaluationMode::Jacobian);
+    EXPECT_EQ(output.str(), "");
+    EXPECT_EQ(lab.cell().phase_count, 2);
+}
+
+TEST(EOSLab, StandardMixturesAreKnownByTheirStems) {
+    LabRun run("");
+    for (const char* name : {"FEED", "EQL", "EQLIQ", "EQV", "NFL", "NFVAP", "INJ", "INJECTION"})
+        EXPECT_TRUE(run.lab.find_mixture(name)) << name;
+    EXPECT_FALSE(run.lab.find_mixture("FEEDS"));
+}
+
+TEST(EOSLab, TheNewestCharacterizationIsTheCells) {
+    LabRun run(LIGHT_FLUID + "CHAR Two\nNAME MW TC(K) PC(bar) AF\nC1\nEND\nEND\n");
+    ASSERT_FALSE(run.stopped) << run.report();
+    ASSERT_TRUE(run.lab.cell().charz);
+    EXPECT_EQ(run.lab.cell().charz->name, "Two");
+    LabRun restored(LIGHT_FLUID +
+                    "CHAR Two\nNAME MW TC(K) PC(bar) AF\nC1\nEND\nEND\nRESTORE Light\n");
+    EXPECT_EQ(restored.lab.cell().charz->name, "Light");
+}
+
+TEST(EOSLab, AMixtureIsConvertedToTheCurrentCharacterization) {
+    LabRun run(LIGHT_FLUID +
+               "MIX FEED C1 0.5 C3 0.5\n"
+               "CHAR Two\nNAME MW TC(K) PC(bar) AF\nC3\nC1\nEND\nEND\nFLASH 250 K 10 bar\n");
+    ASSERT_FALSE(run.stopped) << run.report();
+    const Tank& feed = *run.lab.cell().feed;
+    ASSERT_EQ(feed.n(), 2);
+    EXPECT_DOUBLE_EQ(feed.moles()[0], 0.5);
+    EXPECT_DOUBLE_EQ(feed.moles()[1], 0.5);
+    EXPECT_EQ(run.lab.cell().phase_count, 2);
+}
+
+}  // namespace
+}  // namespace kestrane

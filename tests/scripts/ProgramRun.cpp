@@ -1,0 +1,75 @@
+#include "scripts/ProgramRun.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+namespace kestrane {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string quoted(const std::string& argument) {
+    std::string text = "'";
+    for (const char c : argument) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return text + "'";
+}
+
+/// A directory of its own for each run, removed afterwards.
+class Scratch {
+public:
+    Scratch() {
+        std::string pattern = (fs::temp_directory_path() / "kestrane-XXXXXX").string();
+        if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary directory");
+        path = pattern;
+    }
+    ~Scratch() {
+        std::error_code ignored;
+        fs::remove_all(path, ignored);
+    }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+    fs::path path;
+};
+
+}  // namespace
+
+std::string file_text(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+ProgramRun run_program(const fs::path& directory, std::vector<std::string> arguments,
+                       const std::string& standard_input) {
+    const Scratch scratch;
+    const fs::path report = scratch.path / "report";
+    const fs::path input = scratch.path / "input";
+    std::ofstream(input, std::ios::binary) << standard_input;
+    std::string command = "cd " + quoted(directory.string()) + " && " + quoted(KESTRANE_PROGRAM);
+    for (const std::string& argument : arguments)
+        command += " " + quoted(argument == "REPORT" ? report.string() : argument);
+    command += " <" + quoted(input.string()) + " >" + quoted((scratch.path / "out").string()) +
+               " 2>" + quoted((scratch.path / "err").string());
+    const int status = std::system(command.c_str());
+    ProgramRun run;
+    if (WIFEXITED(status)) run.exit_status = WEXITSTATUS(status);
+    run.output = file_text(scratch.path / "out");
+    run.console = file_text(scratch.path / "err");
+    run.report = file_text(report);
+    return run;
+}
+
+std::string without_times(const std::string& text) {
+    static const std::regex seconds("(Total execution time: |Execution time so far: )[0-9.]+");
+    static const std::regex years("1995(-[0-9]{4})?");
+    return std::regex_replace(std::regex_replace(text, seconds, "$1T"), years, "1995");
+}
+
+}  // namespace kestrane
