@@ -12,12 +12,14 @@
 
 namespace kestrane {
 
+struct SolverStore;
+
 /// One phase of a cell: the feed, X (the heavier) or Y (the lighter).
 struct PhaseState {
     double fraction = 1.0;  ///< mole fraction of the feed in this phase
     double z_factor = 1.0;
-    double density = 0.0;   ///< kg/m3
-    int root = 0;           ///< root code; hint on entry
+    double density = 0.0;  ///< kg/m3
+    int root = 0;          ///< root code; hint on entry
     int root_class = 0;
     double* comps = nullptr;   ///< n mole fractions, not owned
     double* ln_phi = nullptr;  ///< n, not owned
@@ -26,7 +28,11 @@ struct PhaseState {
 
 /// How two-phase calculations start (INIT2&).
 enum InitPolicy : int {
-    INIT_NEVER = 0, INIT_STABILITY = 1, INIT_WILSON = 2, INIT_PREVIOUS = 3, INIT_NEWTON = 4
+    INIT_NEVER = 0,
+    INIT_STABILITY = 1,
+    INIT_WILSON = 2,
+    INIT_PREVIOUS = 3,
+    INIT_NEWTON = 4
 };
 /// When results are tested for stability (TEST1&, TEST2&).
 enum TestPolicy : int { TEST_NEVER = 0, TEST_SUSPECTED = 1, TEST_TRIVIAL = 2, TEST_ALWAYS = 3 };
@@ -39,6 +45,7 @@ struct CellConditions {
     double x_fraction = 1.0, y_fraction = 1.0;
     int phase_count = 0;
     std::vector<double> ln_k;
+    unsigned long charz_serial = 0;  ///< of the characterization that ln_k belongs to
     int third_phase_position = 0;
 };
 
@@ -67,6 +74,15 @@ public:
     bool prepare_stream(Tank* tank, const std::string& label, double* amount_before = nullptr);
     /// The cell's characterization from here on; K-values survive if it stays the same.
     void set_charz(Charzation* characterization);
+    /// Adds the three-phase message to `errors` with the severity third_phase_severity, if a third
+    /// phase is due.
+    void report_third_phase();
+
+    // What solvers leave in the cell.
+    void forget_k();               ///< K = 1
+    void copy_feed_to_phases();    ///< into all four phase tanks
+    void point_phases_at_tanks();  ///< compositions of the phase states
+    void give_up();                ///< one phase, K = 1, Z = 1, no density
 
     std::span<const double> moles_of(const Tank& tank) const { return tank.moles(); }
 
@@ -93,7 +109,8 @@ public:
     int test2 = TEST_SUSPECTED;
     int third_phase_severity = WARNING;
 
-    unsigned long charz_serial = 0;  ///< of the characterization that ln_k belongs to
+    unsigned long charz_serial = 0;   ///< of the characterization that ln_k belongs to
+    PtrTo<SolverStore> solver_store;  ///< kept by solvers between calculations; null at first
 };
 
 }  // namespace kestrane

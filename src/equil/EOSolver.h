@@ -1,0 +1,200 @@
+#pragma once
+
+#include <array>
+#include <span>
+
+#include "equil/EOS.h"
+#include "equil/Numerics.h"
+#include "equil/PVTCell.h"
+#include "equil/SolverStats.h"
+#include "equil/WorkStack.h"
+#include "frame/ErrorList.h"
+
+namespace kestrane {
+
+/// What a cell keeps for its solvers from one calculation to the next: phase records and arrays.
+/// It belongs to one characterization, equation and number of components.
+struct SolverStore {
+    PtrTo<const EOS> eos;
+    unsigned long charz_serial = 0;
+    std::size_t n = 0;
+    PtrTo<EOS_C_Parms> feed, x, y, trial;  ///< null under an equation that computes nothing
+    std::vector<double> arrays;            ///< ARRAYS n: compositions, ln phi, Wilson ln K
+    WorkStack work;
+
+    static constexpr std::size_t ARRAYS = 8;
+    std::span<double> array(std::size_t index) { return std::span(arrays).subspan(index * n, n); }
+};
+
+/// A stationary point of the tangent plane distance of the feed.
+struct StationaryPoint {
+    std::span<double> ln_k;  ///< n: ln of trial composition over feed
+    double g = 0.0;          ///< tangent distance over sum |t - z|
+    bool active = true;      ///< not yet used
+};
+
+/// The stationary points found for one feed, and the trials not yet made.
+struct StationaryList {
+    StationaryList(WorkStack& work, std::size_t n);
+    /// Keeps a point, unless one like it (within SPREAD_TRIVIAL) is held. LogicError for a fifth.
+    void append(std::span<const double> ln_k, double g);
+    /// Index of the active entry of smallest g, the first of equals; `count` if there is none.
+    std::size_t best() const;
+    void clear();
+
+    static constexpr std::size_t CAPACITY = 4;
+    int flags = 3;  ///< bit 1: vapor-like trial due, bit 2: liquid-like trial due
+    std::size_t count = 0;
+    std::size_t nonnegative = 0;  ///< entries with g >= 0
+    std::array<StationaryPoint, CAPACITY> points;
+};
+
+/// A short-lived worker for one calculation on a cell, at the cell's temperature and pressure. It
+/// reads the cell's state, does the work and writes the results back; problems go to the cell's
+/// error list. What outlives it are the cell's phases and K-values, and the run-wide counters.
+///
+/// X is phase "liquid", Y phase "vapor", K = y/x. Phase fractions outside [0, 1] (negative flash)
+/// are legal everywhere until the results are published.
+class EOSolver {
+public:
+    /// The cell must have been prepared. Allocates only when the cell's characterization, equation
+    /// or number of components has changed, or its temperature is new.
+    explicit EOSolver(PVTCell& cell);
+    EOSolver(const EOSolver&) = delete;
+    EOSolver& operator=(const EOSolver&) = delete;
+
+    // Whole calculations, each with its checks and its finish.
+    /// Phases at the cell's temperature and pressure.
+    void flash();
+    /// One Rachford-Rice solution at the cell's ln K.
+    void flash_with_k();
+
+    // What calculations are made of.
+    /// Feed fractions z = (w_feed feed + w_injection injection)/(w_feed + w_injection).
+    void set_feed(const Tank* injection, double w_feed, double w_injection);
+    /// FATAL ERROR unless T > 0.
+    bool check_temperature();
+    /// FATAL ERROR for P < 0, and for P = 0 if `strict`. Without `strict` P = 0 means one phase.
+    bool check_pressure(bool strict);
+    /// Puts the cell's temperature and pressure into all phase records. False if the equation
+    /// computes nothing.
+    bool set_conditions();
+    /// Composition, roots and ln phi of a phase; `root` of the phase is replaced.
+    void evaluate(PhaseState& phase, int hint);
+    /// Roots and Z of the feed, without ln phi.
+    void solve_feed();
+    /// ln K of Wilson's correlation at the cell's T and P, stretched to a spread of 10 to 50. Kept
+    /// as long as T stays the same. No second phase is looked for if all components are alike.
+    void wilson();
+    /// Two-phase split from the cell's ln K. False if it ended trivial. `G` out: Gibbs energy of
+    /// the split less that of the feed, over RT, per mole of feed.
+    bool split(double& G);
+    /// Stability test of the tie-line (x, y), or of one phase given twice, against a trial phase.
+    ///   ln_k0  in      n  ln(y/x), empty for one phase
+    ///   trial  in/out     root in: +1 vapor-like, -1 liquid-like
+    ///   w      in/out  n  ln(trial/x), an estimate in
+    ///   g      out        tangent distance over sum |t - x|; negative for an unstable reference
+    /// False if the trial became the reference itself, or went out of range.
+    bool test(const PhaseState& x, const PhaseState& y, std::span<const double> ln_k0,
+              PhaseState& trial, std::span<double> w, double& g, bool swap_allowed);
+    /// A test that starts part of the way along the tie-line `ln_k`.
+    bool test_from_fraction(const PhaseState& x, const PhaseState& y, PhaseState& trial,
+                            std::span<const double> ln_k, std::span<double> w, double& g,
+                            bool swap_allowed);
+    /// Next stationary point of the feed, the lowest first; its ln K go to the cell.
+    bool next_stationary_point(StationaryList& list, double& g);
+    /// 0 if no trial makes the tie-line unstable; otherwise 1 for a trial lighter than both phases,
+    /// 2 for one between them, 3 for one heavier than both. Bits of `flags` (1 vapor-like,
+    /// 4 between, 2 liquid-like) are cleared as their trials are made.
+    int third_phase_test(const PhaseState& x, const PhaseState& y, std::span<const double> ln_k,
+                         PhaseState& trial, std::span<double> w, int& flags, bool swap_allowed);
+    /// Writes phases and K-values into the cell after a flash.
+    void publish(bool two_phase);
+    /// Ends every calculation; if not `ok` the cell is left with one phase and K = 1.
+    void finish(bool ok);
+
+    PhaseState& feed() { return feed_; }
+    PhaseState& x() { return x_; }
+    PhaseState& y() { return y_; }
+    PhaseState& trial() { return trial_; }
+    WorkStack& work() { return store_->work; }
+    std::span<double> wilson_ln_k() { return store_->array(7); }
+    double pseudo_critical_temperature() const { return pseudo_critical_T_; }  ///< K
+    int test1_now = TEST_SUSPECTED;  ///< TEST1, raised by what is met on the way
+    int test2_now = TEST_SUSPECTED;
+
+private:
+    struct SplitState;
+    struct TestState;
+    struct FlashState;
+    struct SavedSplit;
+
+    void bind_store();
+    void bind_phases();
+    std::span<double> ln_k();
+    std::span<double> k();
+    std::span<const double> z() const;
+    std::span<double> comps(const PhaseState& phase) const { return {phase.comps, n_}; }
+    std::span<double> ln_phi(const PhaseState& phase) const { return {phase.ln_phi, n_}; }
+    double density(const PhaseState& phase) const;
+    void raise_tests();
+
+    // split
+    void split_begin(SplitState& s);
+    bool split_trial(SplitState& s);
+    void split_rachford_rice(SplitState& s);
+    void split_tangent_distances(SplitState& s);
+    void split_residuals(SplitState& s);
+    bool split_collapses(const SplitState& s) const;
+    void split_collapse(SplitState& s);
+    void split_choose_step(SplitState& s);
+    void split_derivatives(SplitState& s);
+    int split_newton_or_tie_line(SplitState& s);
+    int split_newton(SplitState& s);
+    void split_newton_constraint(SplitState& s);
+    void split_tie_line(SplitState& s);
+    void split_substitution(SplitState& s);
+    void split_accelerate(SplitState& s);
+    void split_limit(SplitState& s);
+    void split_advance(SplitState& s);
+    bool split_end(SplitState& s, double& G);
+
+    // stability test
+    bool test_trial(TestState& s);
+    void test_spreads(TestState& s);
+    void test_evaluate(TestState& s);
+    bool test_root_stands(TestState& s);
+    bool test_newton(TestState& s);
+    void test_substitution(TestState& s);
+    void test_limit(TestState& s);
+    void test_advance(TestState& s);
+    bool test_end(TestState& s, double& g);
+    void stationary_pass(StationaryList& list, bool vapor_like);
+    void too_many_points(const StationaryList& list);
+
+    // flash
+    void flash_driver();
+    void flash_search(FlashState& s);
+    bool flash_goes_on(FlashState& s);
+    void check_third_phase(double G);
+    bool third_phase_splits(SavedSplit& saved, std::span<double> w, double& G);
+    void save_split(SavedSplit& saved) const;
+    void restore_split(const SavedSplit& saved);
+    void split_at_given_k();
+    void publish_at_given_k(double lowest, double highest);
+    void publish_one_phase();
+    void publish_two_phases();
+
+    PVTCell& cell_;
+    ErrorList& errors_;
+    Charzation& charz_;
+    const EOS& eos_;
+    SolverStore* store_ = nullptr;
+    std::size_t n_;
+    PtrTo<const EOS_T_Parms> t_parms_;
+    PhaseState feed_, x_, y_, trial_;
+    double wilson_T_ = UNSET;         ///< K, of the cached Wilson ln K
+    double pseudo_critical_T_ = 0.0;  ///< K
+};
+
+}  // namespace kestrane

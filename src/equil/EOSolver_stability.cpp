@@ -1,0 +1,411 @@
+// Stability: stationary points of the tangent plane distance from a phase or from a tie-line.
+
+#include <algorithm>
+#include <cmath>
+
+#include "equil/EOSolver.h"
+#include "equil/PackedLDL.h"
+
+namespace kestrane {
+
+namespace {
+
+constexpr int ROUND_LIMIT = 200;
+constexpr int ROOT_CHANGE_LIMIT = 10;       ///< each lowers the energy; more would be round-off
+constexpr int SUBSTITUTIONS_PER_CYCLE = 5;  ///< the last of them is an acceleration
+constexpr double LARGEST_ACCELERATION = 1e6;
+constexpr double LARGEST_EXCESS = 1e9;  ///< of a step over the residual: 31 halvings
+constexpr double ENERGY_SLACK = 0.001;  ///< relative rise of the distance let pass
+constexpr double SMALLEST_FRACTION = 1000.0 * DOUBLE_MIN;
+
+/// Places and difference of the extremes of w - offset.
+struct Extremes {
+    std::size_t min = 0, max = 0;
+    double spread = 0.0;
+};
+
+Extremes find_extremes(std::span<const double> w, std::span<const double> offset) {
+    const auto value = [&](std::size_t i) { return offset.empty() ? w[i] : w[i] - offset[i]; };
+    Extremes found;
+    for (std::size_t i = 1; i < w.size(); ++i) {
+        if (value(i) < value(found.min)) found.min = i;
+        if (value(i) > value(found.max)) found.max = i;
+    }
+    found.spread = value(found.max) - value(found.min);
+    return found;
+}
+
+/// Largest factor on a step that shrinks a spread by `shrinkage`: it may come near 0, not past it.
+double step_limit(double spread, double shrinkage) {
+    if (!(spread < 2.0 * shrinkage)) return 2.0;
+    const double f = spread / shrinkage;
+    if (spread > 1.0 || f < 0.8) return 0.5 * f;
+    return f >= 1.0 ? f : (2.5 * f - 1.5) * f;
+}
+
+}  // namespace
+
+/// What the rounds of a stability test share.
+struct EOSolver::TestState {
+    const PhaseState* x = nullptr;  ///< reference that w refers to
+    const PhaseState* y = nullptr;  ///< other end of the reference tie-line, or x again
+    PhaseState* trial = nullptr;
+    std::span<double> w;         ///< n: ln(trial/x) less a constant
+    std::span<double> ln_k0;     ///< n: ln(y/x), or empty
+    std::span<double> t;         ///< n: trial composition
+    std::span<double> r, r1;     ///< n: residuals, present and previous
+    std::span<double> step;      ///< n: last change of w
+    std::span<double> solution;  ///< n
+    std::span<double> M;         ///< packed: Hessian
+
+    int hint = 0;
+    bool swap_allowed = false;
+    Extremes ends_x, ends_y;  ///< of ln(t/x) and ln(t/y)
+    bool in_range = true, trivial = false;
+    bool unconverged = false;
+
+    int round = 0, round_limit = ROUND_LIMIT;
+    int root_changes = 0;
+    int halvings = 0;  ///< allowed for the step last taken
+    int substitutions = 0;
+    int largest_code = 0;          ///< of the trial's roots met
+    int root = 0, root_class = 0;  ///< of the point last accepted
+    bool jumped = false;           ///< to the other branch since then
+    double G = 0.0, G_prev = BIG;
+    double res = 0.0, tolerance = 0.0;
+    SolverCounters counters{};
+};
+
+bool EOSolver::test(const PhaseState& x, const PhaseState& y, std::span<const double> ln_k0,
+                    PhaseState& trial, std::span<double> w, double& g, bool swap_allowed) {
+    WorkStack& stack = store_->work;
+    const WorkStack::Frame frame(stack);
+    TestState s;
+    s.x = &x;
+    s.y = &y;
+    s.trial = &trial;
+    s.w = w;
+    s.hint = trial.root;
+    s.swap_allowed = swap_allowed;
+    s.t = comps(trial);
+    for (std::span<double>* array : {&s.r, &s.r1, &s.step, &s.solution}) *array = stack.take(n_);
+    std::ranges::fill(s.r, 0.0);
+    std::ranges::fill(s.step, 0.0);
+    if (!ln_k0.empty()) {
+        s.ln_k0 = stack.take(n_);
+        std::ranges::copy(ln_k0, s.ln_k0.begin());
+    }
+    s.M = stack.take(n_ * (n_ + 1) / 2);
+
+    while (test_trial(s)) {
+        s.tolerance = s.ends_x.spread * E12 + E96;
+        if (s.G < -s.tolerance) break;
+        const bool stationary =
+            (s.res <= std::abs(s.G) && s.res <= ESQRT) || s.res <= s.tolerance / 2;
+        if (stationary && test_root_stands(s)) break;
+        if (++s.round > s.round_limit) {
+            s.unconverged = true;
+            break;
+        }
+        if (!test_newton(s)) test_substitution(s);
+        test_limit(s);
+        test_advance(s);
+    }
+    // The caller's w refers to the caller's x, whatever was exchanged on the way.
+    s.x = &x;
+    return test_end(s, g);
+}
+
+/// Evaluates the present w, halving the step until the result is acceptable. False if the trial is
+/// trivial or out of range.
+bool EOSolver::test_trial(TestState& s) {
+    for (;;) {
+        test_spreads(s);
+        if (s.in_range && !s.trivial)
+            test_evaluate(s);
+        else
+            s.G = s.in_range ? 0.0 : BIG;
+        // On another branch of the cubic the distance starts anew.
+        const bool distance_falls =
+            s.jumped ||
+            s.G - s.G_prev <=
+                (E96 / ENERGY_SLACK + std::abs(s.G) + std::abs(s.G_prev)) * ENERGY_SLACK;
+        if (s.halvings == 0 ||
+            (s.in_range && s.trial->root_class * s.root_class >= 0 && distance_falls))
+            break;
+        for (std::size_t i = 0; i < n_; ++i) {
+            s.step[i] *= 0.5;
+            s.w[i] -= s.step[i];
+        }
+        ++s.counters[COUNT_HALVINGS];
+        s.substitutions = 0;
+        --s.halvings;
+    }
+    s.G_prev = s.G;
+    s.root = s.trial->root;
+    s.root_class = s.trial->root_class;
+    return s.in_range && !s.trivial;
+}
+
+/// Extremes of ln(t/x) and ln(t/y). The nearer end of a reference tie-line becomes the reference.
+void EOSolver::test_spreads(TestState& s) {
+    s.ends_x = find_extremes(s.w, {});
+    s.ends_y = s.ln_k0.empty() ? s.ends_x : find_extremes(s.w, s.ln_k0);
+    if (s.swap_allowed && !s.ln_k0.empty() && s.ends_y.spread < s.ends_x.spread) {
+        std::swap(s.x, s.y);
+        std::swap(s.ends_x, s.ends_y);
+        for (std::size_t i = 0; i < n_; ++i) {
+            s.ln_k0[i] = -s.ln_k0[i];
+            s.w[i] += s.ln_k0[i];
+        }
+    }
+    s.in_range = s.ends_x.spread < LN_MAX;
+    // A trial on the other branch of the cubic is another phase, however like its composition.
+    s.trivial = std::min(s.ends_x.spread, s.ends_y.spread) <= SPREAD_TRIVIAL &&
+                s.trial->root * s.x->root > -2;
+}
+
+/// Trial composition, its fugacities, the residuals and the tangent distance.
+void EOSolver::test_evaluate(TestState& s) {
+    const double centre = 0.5 * (s.w[s.ends_x.max] + s.w[s.ends_x.min]);
+    double S = 0.0;
+    for (std::size_t i = 0; i < n_; ++i) {
+        s.w[i] -= centre;
+        s.t[i] = s.x->comps[i] * std::exp(s.w[i]);
+        S += s.t[i];
+    }
+    for (double& t : s.t) t = std::max(t / S, SMALLEST_FRACTION);
+    evaluate(*s.trial, s.largest_code < 2 ? s.hint : s.root);
+    ++s.counters[COUNT_ROUNDS];
+    s.largest_code = std::max(s.largest_code, std::abs(s.trial->root));
+    s.jumped = s.trial->root * s.root < -1;
+    if (s.jumped) s.substitutions = 0;
+    std::swap(s.r, s.r1);
+    double d = 0.0;
+    for (std::size_t i = 0; i < n_; ++i) {
+        s.r[i] = s.x->ln_phi[i] - s.trial->ln_phi[i] - s.w[i];
+        d -= s.t[i] * s.r[i];
+    }
+    s.res = 0.0;
+    for (std::size_t i = 0; i < n_; ++i) {
+        s.w[i] -= d;
+        s.r[i] += d;
+        if (!(std::abs(s.r[i]) <= s.res)) s.res = std::abs(s.r[i]);
+    }
+    s.G = -(std::log(S) - d);
+    s.in_range = std::isfinite(s.res) && std::isfinite(s.G);
+}
+
+/// At a stationary point: true if the trial is on the root of least energy there. Otherwise the
+/// other root is taken, and the iteration goes on from this composition.
+bool EOSolver::test_root_stands(TestState& s) {
+    if (std::abs(s.root) < 2 || s.root_changes >= ROOT_CHANGE_LIMIT) return true;
+    if (eos_.select_root(*s.trial->c_parms, 0) * s.root > 0) return true;
+    s.root = -s.root;
+    s.root_class = -s.root_class;
+    s.trial->root = s.root;
+    std::ranges::fill(s.r, 0.0);
+    s.substitutions = 0;
+    s.round_limit = s.round + ROUND_LIMIT;
+    s.res = std::numeric_limits<double>::max();
+    ++s.root_changes;
+    ++s.counters[COUNT_COLLAPSES];
+    return false;
+}
+
+/// Newton step in ln of the trial amounts. False if none is to be had.
+bool EOSolver::test_newton(TestState& s) {
+    if (!(s.res < 1.0)) return false;
+    eos_.ln_phi_dn(*s.trial->c_parms, s.M);
+    ++s.counters[COUNT_DERIVATIVES];
+    for (std::size_t i = 0; i < n_; ++i) s.M[packed(i, i)] += 1.0 / s.t[i];
+    if (!(ldl_factor(s.M, n_).smallest_abs > E6144)) return false;
+    std::ranges::copy(s.r, s.solution.begin());
+    ldl_solve(s.M, s.solution);
+    double p = 0.0, q = 0.0;
+    for (std::size_t i = 0; i < n_; ++i) {
+        p += s.r[i] * s.solution[i];
+        q += s.t[i] * s.r[i] * s.r[i];
+    }
+    if (p < 0.0 && p + q > 0.0) return false;
+    for (std::size_t i = 0; i < n_; ++i)
+        s.step[i] = (p < 0.0 ? -s.solution[i] : s.solution[i]) / s.t[i];
+    ++s.counters[COUNT_NEWTON];
+    s.substitutions = 0;
+    return true;
+}
+
+void EOSolver::test_substitution(TestState& s) {
+    double factor = 1.0;
+    if (++s.substitutions < SUBSTITUTIONS_PER_CYCLE || s.ends_x.spread <= s.res) {
+        ++s.counters[COUNT_SUBSTITUTION];
+        s.root_class = 0;
+    } else {
+        double a = 0.0, b = 0.0;
+        for (std::size_t i = 0; i < n_; ++i) {
+            const double v = s.t[i] + s.x->comps[i];
+            a += v * s.r1[i] * s.r1[i];
+            b += v * s.r1[i] * (s.r1[i] - s.r[i]);
+        }
+        const double limit = std::clamp(2.0 * s.ends_x.spread / s.res, 100.0, LARGEST_ACCELERATION);
+        const bool capped = std::abs(b) * limit <= a;
+        factor = capped ? 0.05 * limit : std::abs(a / b);
+        ++s.counters[capped ? COUNT_ONE_TERM_CAPPED : COUNT_ONE_TERM];
+        s.substitutions = 0;
+    }
+    for (std::size_t i = 0; i < n_; ++i) s.step[i] = factor * s.r[i];
+}
+
+void EOSolver::test_limit(TestState& s) {
+    const auto limit_at = [&s](const Extremes& ends) {
+        return step_limit(ends.spread, s.step[ends.min] - s.step[ends.max]);
+    };
+    double limit = limit_at(s.ends_x);
+    if (!s.ln_k0.empty()) limit = std::min(limit, limit_at(s.ends_y));
+    if (!(limit < 1.0)) return;
+    for (double& step : s.step) step *= limit;
+    ++s.counters[COUNT_LIMITED];
+    s.substitutions = 0;
+}
+
+void EOSolver::test_advance(TestState& s) {
+    double largest = 0.0;
+    for (std::size_t i = 0; i < n_; ++i) {
+        largest = std::max(largest, std::abs(s.step[i]));
+        s.w[i] += s.step[i];
+    }
+    s.halvings = 1;
+    const double scale = std::max(s.res, 0.01 * s.ends_x.spread);
+    const double excess = std::min(largest / scale, LARGEST_EXCESS);
+    if (excess > 1.5) s.halvings += static_cast<int>(std::lround(std::log2(excess + 0.5)));
+}
+
+bool EOSolver::test_end(TestState& s, double& g) {
+    if (!s.in_range) {
+        errors_.Warn("K-Values went out of bounds during stability test calculations");
+        s.G = 0.0;
+    }
+    if (s.unconverged) {
+        errors_.Warn("K-value convergence failed during stability test calculations");
+        ++s.counters[COUNT_FAILURES];
+    }
+    const bool nontrivial = s.in_range && !s.trivial;
+    if (nontrivial && std::abs(s.G) <= s.tolerance) {
+        double farthest = 0.0;
+        for (double r : s.r) farthest = std::max(farthest, std::abs(r - s.G));
+        if (!(s.G > s.tolerance / 2 && farthest > s.tolerance)) s.G = 0.0;
+    }
+    SolverStatistics& statistics = solver_statistics();
+    (!nontrivial ? statistics.trivial_tests
+     : s.G < 0.0 ? statistics.unstable_tests
+                 : statistics.stable_tests)
+        .add(s.counters);
+    if (s.largest_code >= 2) raise_tests();
+    g = s.G;
+    if (!nontrivial) return false;
+    double distance = 0.0;
+    for (std::size_t i = 0; i < n_; ++i) {
+        s.w[i] = std::log(s.t[i] / s.x->comps[i]);
+        distance += std::abs(s.t[i] - s.x->comps[i]);
+    }
+    if (distance > 0.0) g /= distance;
+    return true;
+}
+
+bool EOSolver::test_from_fraction(const PhaseState& x, const PhaseState& y, PhaseState& trial,
+                                  std::span<const double> ln_k, std::span<double> w, double& g,
+                                  bool swap_allowed) {
+    constexpr double ORDINARY_SPREAD = 5.0;  // of ln K; a wider one hides a phase nearer the light
+    constexpr double TRANSITION = 10.0;
+    double factor = 0.5;
+    if (x.root * y.root > 0) {
+        const auto [low, high] = std::ranges::minmax(ln_k);
+        const double excess = high - (low + ORDINARY_SPREAD);
+        if (excess > 0.0) {
+            factor = eos_.is_lighter(*x.c_parms, *y.c_parms) ? 0.25 : 0.75;
+            if (excess < TRANSITION) factor = (factor - 0.5) * excess / TRANSITION + 0.5;
+        }
+    }
+    for (std::size_t i = 0; i < n_; ++i) w[i] = factor * ln_k[i];
+    trial.root = -1;
+    const bool one_phase = &x == &y;
+    return test(x, y, one_phase ? std::span<const double>{} : ln_k, trial, w, g, swap_allowed);
+}
+
+bool EOSolver::next_stationary_point(StationaryList& list, double& g) {
+    g = 0.0;
+    x_.fraction = 1.0;
+    y_.fraction = 0.0;
+    if (cell_.current_init == INIT_NEVER) return false;
+    wilson();
+    if (cell_.current_init == INIT_NEVER) return false;
+    if (feed_.root > 0) list.flags &= ~1;
+    const bool vapor_first = cell_.temperature.value <= pseudo_critical_T_;
+    for (const bool vapor_like : {vapor_first, !vapor_first}) {
+        stationary_pass(list, vapor_like);
+        const std::size_t best = list.best();
+        if (best == list.count) continue;
+        if (list.points[best].g < 0.0 || test2_now < TEST_ALWAYS) break;
+    }
+    too_many_points(list);
+    const std::size_t best = list.best();
+    if (best == list.count) return false;
+    list.points[best].active = false;
+    std::ranges::copy(list.points[best].ln_k, ln_k().begin());
+    g = list.points[best].g;
+    return true;
+}
+
+/// One trial, vapor-like or liquid-like, if it is still due.
+void EOSolver::stationary_pass(StationaryList& list, bool vapor_like) {
+    const int flag = vapor_like ? 1 : 2;
+    if (!(list.flags & flag)) return;
+    list.flags &= ~flag;
+    const WorkStack::Frame frame(store_->work);
+    const std::span<double> w = store_->work.take(n_);
+    const std::span<double> w2 = store_->work.take(n_);
+    const std::span<const double> estimate = wilson_ln_k();
+    for (std::size_t i = 0; i < n_; ++i) w[i] = vapor_like ? estimate[i] : -estimate[i];
+    trial_.root = vapor_like ? 1 : -1;
+    double g = 0.0;
+    if (!test(feed_, feed_, {}, trial_, w, g, false)) return;
+    list.append(w, g);
+    if (g < 0.0 || test2_now <= TEST_TRIVIAL) return;
+    if (test_from_fraction(feed_, feed_, trial_, w, w2, g, false)) list.append(w2, g);
+}
+
+/// More stationary points than two phases can explain.
+void EOSolver::too_many_points(const StationaryList& list) {
+    if (list.count > (list.nonnegative == 0 ? 2u : 1u)) raise_tests();
+}
+
+int EOSolver::third_phase_test(const PhaseState& x, const PhaseState& y,
+                               std::span<const double> ln_k, PhaseState& trial, std::span<double> w,
+                               int& flags, bool swap_allowed) {
+    const bool x_heavier = eos_.is_lighter(*x.c_parms, *y.c_parms);
+    wilson();
+    const std::span<const double> estimate = wilson_ln_k();
+    double g = 0.0;
+    bool found = false;
+    if ((flags & 1) && x.root < 1 && y.root < 1) {
+        for (std::size_t i = 0; i < n_; ++i) w[i] = estimate[i] + (x_heavier ? ln_k[i] : 0.0);
+        trial.root = 1;
+        found = test(x, y, ln_k, trial, w, g, swap_allowed) && g < 0.0;
+    }
+    flags &= ~1;
+    if (!found && (flags & 4)) {
+        found = test_from_fraction(x, y, trial, ln_k, w, g, swap_allowed) && g < 0.0;
+        flags &= ~4;
+    }
+    if (!found && (flags & 2)) {
+        for (std::size_t i = 0; i < n_; ++i) w[i] = (x_heavier ? 0.0 : ln_k[i]) - estimate[i];
+        trial.root = -1;
+        found = test(x, y, ln_k, trial, w, g, swap_allowed) && g < 0.0;
+        flags &= ~2;
+    }
+    if (!found) return 0;
+    return 1 + (eos_.is_lighter(*trial.c_parms, *y.c_parms) ? 1 : 0) +
+           (eos_.is_lighter(*trial.c_parms, *x.c_parms) ? 1 : 0);
+}
+
+}  // namespace kestrane
