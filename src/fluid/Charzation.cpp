@@ -88,8 +88,13 @@ int Charzation::find_component(const std::string& word) const {
 void Charzation::add_component(const Compnent& component) {
     comps.push_back(component);
     resize_bips(size() - 1, size());
+    properties_changed();
+}
+
+void Charzation::properties_changed() {
     clear_t_cache();
     prepared = false;
+    serial_ = next_serial();
 }
 
 bool Charzation::answers_to(const std::string& word) const {

@@ -77,8 +77,11 @@ public:
     /// Cached temperature parameters, at most 20 temperatures, most recent first.
     PtrTo<const EOS_T_Parms> t_parms(double T);
     void clear_t_cache() { t_cache.clear(); }
+    /// What was prepared or cached with the former properties no longer holds.
+    void properties_changed();
 
-    /// Never used twice in a run: proves a cache valid, where a pointer would not.
+    /// Never used twice in a run, and new whenever the properties are worked out anew: proves a
+    /// cache valid, where a pointer would not.
     unsigned long serial() const { return serial_; }
 
     std::string name;  ///< may be empty

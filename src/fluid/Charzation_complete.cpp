@@ -91,8 +91,7 @@ void Charzation::fill_column_row() {
 }
 
 void Charzation::initialize(Charz_User& user, ErrorList& errors) {
-    clear_t_cache();
-    prepared = false;
+    properties_changed();
     if (basis) {
         const Charzation* base = find_base(user, errors);
         if (!base) return;
@@ -118,8 +117,6 @@ void Charzation::correlate(ErrorList&) {
 }
 
 void Charzation::complete(ErrorList& errors) {
-    clear_t_cache();
-    prepared = false;
     correlate(errors);
     for (std::size_t i = 0; i < size(); ++i) {
         Compnent& component = comps[i];
@@ -130,6 +127,7 @@ void Charzation::complete(ErrorList& errors) {
     }
     for (double& value : bips)
         if (value == UNSET) value = 0.0;
+    properties_changed();
 }
 
 }  // namespace kestrane
