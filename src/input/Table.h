@@ -90,7 +90,8 @@ public:
                  std::vector<std::string> keys, const UnitSet* units = nullptr,
                  int column_priority = 0, PrintFigures figures = {})
         : DataColHead<T>(std::move(titles), std::move(keys), units, column_priority, figures),
-          member_(static_cast<V Row::*>(bound)), element_(element) {}
+          member_(static_cast<V Row::*>(bound)),
+          element_(element) {}
     T* CellPointer(Row& row) const override {
         V& cells = row.*member_;
         return element_ < cells.size() ? &cells[element_] : nullptr;
@@ -120,6 +121,7 @@ public:
     virtual void TakeFromRow(const Row& source, int row);
     virtual void PutToRow(int row, Row& target) const;
     virtual void GrowTo(int rows);
+    /// Inserts a cell from the record before `row`.
     virtual void AddFromRow(const Row& source, int row);
     virtual void ClearCell(int row);
     virtual void CopyCell(const AnyColumn& column, int fromRow, int toRow);
@@ -127,11 +129,15 @@ public:
     /// Chooses the number format for the cells held; returns the width they need.
     virtual int PrepareFormat(std::ostream& stream);
     virtual void DeleteCell(int row);
+    /// Inserts a cell without a value before `row`.
+    virtual void InsertCell(int row);
+    /// Stores a word of the script in a column of text; false for other columns.
+    virtual bool PutWord(int row, const std::string& word);
 
     const AnyColHead* head = nullptr;
     const Units* unit = nullptr;
-    int startColumn = 0;    ///< source column of the heading word, from 0
-    bool fixed = true;      ///< false: scientific
+    int startColumn = 0;  ///< source column of the heading word, from 0
+    bool fixed = true;    ///< false: scientific
     int precision = 3;
     double weight = UNSET;
 };
@@ -154,9 +160,22 @@ public:
     bool SameCell(int row, const AnyColumn& other, int otherRow) const override;
     int PrepareFormat(std::ostream& stream) override;
     void DeleteCell(int row) override;
+    void InsertCell(int row) override;
+    bool PutWord(int row, const std::string& word) override;
 
     std::vector<T> cells;  ///< base units
 };
+
+extern template class DataColHead<double>;
+extern template class DataColHead<int>;
+extern template class DataColHead<std::string>;
+extern template class DataColHead<Quote>;
+extern template class DataColHead<UserWord>;
+extern template class DataColumn<double>;
+extern template class DataColumn<int>;
+extern template class DataColumn<std::string>;
+extern template class DataColumn<Quote>;
+extern template class DataColumn<UserWord>;
 
 /// The heads that a kind of table knows, by keyword. Keywords that different heads answer to are
 /// a LogicError.
@@ -187,40 +206,68 @@ public:
     virtual AnyColumn& AddColumn(std::unique_ptr<AnyColumn> column);
     /// Reads a table, or merges one into the rows already held. Above 0 if one was read, 0 if none
     /// stands here, below 0 at the end of input. A row word found in `stopWords` ends the table
-    /// and is given back.
+    /// and is given back, as is any other word that begins no row; the table's own END is consumed
+    /// (see `closed`). A further head line among the rows begins a block that is merged.
     virtual int Read(Reader& reader, const CmdDictionary* stopWords = nullptr);
+    /// These read one line that begins with `word`, which was read last; 0 if the line is none of
+    /// the kind, and the word is given back then (by ReadWeights and ReadRow it is left to the
+    /// caller). ReadUnits reads its first word itself.
     virtual int ReadHead(Reader& reader, std::string& word);
     virtual int ReadUnits(Reader& reader, std::string& word);
     virtual int ReadWeights(Reader& reader, std::string& word);
     virtual int ReadRow(Reader& reader, std::string& word, int row);
+    /// Copies the cells of another table's rows into the rows that agree on its key columns.
     virtual void Merge(Reader& reader, const Table& other);
-    /// Row to record: the record's fields that have a column are cleared or set.
-    virtual void ClearHeads(Row& row) const;
+    /// The record's fields that have a column: cleared, or set to the column's index. If two
+    /// columns address one field, the leftmost stands after ReadRowBackward, the rightmost after
+    /// ReadRowForward.
+    virtual void ClearHeads(Row& record) const;
+    virtual void ReadRowBackward(Row& record) const;
+    virtual void ReadRowForward(Row& record) const;
+    /// Row to record: the fields whose cells hold a value are set, the others stay.
     virtual void TakeRow(int row, Row& target) const;
-    /// Record to row: a new row at the end, or an existing one.
-    virtual void AddRow(const Row& source);
+    /// Record to row: an existing one, or one inserted before `row`; beyond the end a new last one.
     virtual void PutRow(int row, const Row& source);
+    virtual void InsertBlankRow(int row);
+    virtual void InsertRow(int row, const Row& source);
     virtual void DeleteRow(int row);
-    /// Adds the columns of another table that are not here yet (same head).
+    void AddRow(const Row& source) { InsertRow(rowCount, source); }
+    /// Adds the columns of another table that are not here yet (same head), with blank cells.
     virtual void CopyColumns(const Table& other);
-    /// The column of that head; made if there is none.
+    /// The column of that head; made if there is none, in the head's default unit if `unit` is
+    /// null.
     virtual AnyColumn& AddColumnOnce(const AnyColHead& head, const Units* unit);
-    /// Index of the first column from `start` on with that head, or -1.
+    AnyColumn& AddColumnOf(const AnyColHead& head) { return AddColumnOnce(head, nullptr); }
+    /// Index of the first column from `start` on with that head, or with a head that answers to
+    /// that keyword; -1 if there is none.
     virtual int ColumnIndex(const AnyColHead& head, int start = 0) const;
     virtual int ColumnIndexOf(const std::string& name, int start = 0) const;
     AnyColumn& ColumnAt(int index) { return *columns[static_cast<std::size_t>(index)]; }
     const AnyColumn& ColumnAt(int index) const { return *columns[static_cast<std::size_t>(index)]; }
     /// Prints the table: `gap` blanks between columns, `indent` before the first, centred in
-    /// `pageWidth`.
+    /// `pageWidth`. Nothing is printed if there is no column with cells.
     virtual void Print(const OutFiles& files, int gap, int indent, int pageWidth);
+    virtual void CopyFrom(const Table& other);
 
     const HeadDictionary* heads;  ///< shared by the tables of a kind, not owned
     std::vector<std::unique_ptr<AnyColumn>> columns;
     int rowCount = 0;
     int minPriority = std::numeric_limits<int>::max();
     int maxPriority = std::numeric_limits<int>::lowest();
-    int showAll = 1;       ///< 0 leaves out columns that repeat an earlier head and unit
+    int showAll = 1;  ///< 0 leaves out columns that repeat an earlier head and unit
     int allowWeights = 0;
+    bool closed = false;  ///< the last Read ended with the table's own END
+
+private:
+    int read_block(Reader& reader, const CmdDictionary* stopWords, std::string& word,
+                   bool& head_follows);
+    bool read_rows(Reader& reader, const CmdDictionary* stopWords, std::string& word);
+    int read_cells(Reader& reader, std::string& word, int row, int placed);
+    bool read_repeats(Reader& reader, int row, int& placed);
+    int owner_of(int placed, int endColumn) const;
+    void assume_units(Reader& reader);
+    bool begins_with_text() const;
+    std::vector<AnyColumn*> columns_to_print();
 };
 
 }  // namespace kestrane
