@@ -71,8 +71,9 @@ class TableHead : public DataColHead<T> {
 public:
     template <class R>
     TableHead(T R::*bound, std::vector<std::string> titles, std::vector<std::string> keys,
-              const UnitSet* units = nullptr, int column_priority = 0, PrintFigures figures = {})
-        : DataColHead<T>(std::move(titles), std::move(keys), units, column_priority, figures),
+              const UnitSet* units = nullptr, int column_priority = 0,
+              PrintFigures print_figures = {})
+        : DataColHead<T>(std::move(titles), std::move(keys), units, column_priority, print_figures),
           member_(static_cast<T Row::*>(bound)) {}
     T* CellPointer(Row& row) const override { return &(row.*member_); }
     const T* ConstCellPointer(const Row& row) const override { return &(row.*member_); }
@@ -88,8 +89,8 @@ public:
     template <class R>
     VecTableHead(V R::*bound, std::size_t element, std::vector<std::string> titles,
                  std::vector<std::string> keys, const UnitSet* units = nullptr,
-                 int column_priority = 0, PrintFigures figures = {})
-        : DataColHead<T>(std::move(titles), std::move(keys), units, column_priority, figures),
+                 int column_priority = 0, PrintFigures print_figures = {})
+        : DataColHead<T>(std::move(titles), std::move(keys), units, column_priority, print_figures),
           member_(static_cast<V Row::*>(bound)),
           element_(element) {}
     T* CellPointer(Row& row) const override {
