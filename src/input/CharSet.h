@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace kestrane {
@@ -62,8 +64,14 @@ inline constexpr CharSet CommentLineSet{"*#;:!"};
 inline constexpr CharSet DoubledCommentSet{"-="};
 
 /// ASCII upper case, whatever the locale.
-constexpr char upper(char c) {
+constexpr char ascii_upper(char c) {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+inline std::string upper_case(std::string_view text) {
+    std::string result(text);
+    for (char& c : result) c = ascii_upper(c);
+    return result;
 }
 
 }  // namespace kestrane

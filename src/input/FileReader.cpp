@@ -76,6 +76,10 @@ bool parse_number(std::string_view text, double& number) {
     return true;
 }
 
+std::string file_phrase(const InFile& file) {
+    return file.fullName ? "file \"" + *file.fullName + "\"" : "standard input";
+}
+
 FileReader::FileReader(Writer& writer, InFile& file, const Macros& macros)
     : writer_(writer), file_(file), source_(macros) {}
 
@@ -171,11 +175,10 @@ int FileReader::NextLine() {
         saved_.cursor = source_.line().size();  // the place that was saved is gone with its line
         echo_line();
         if (!expanded) {
-            std::ostringstream place;
-            place << "The macros on line " << lineNumber_ << " were not expanded.";
-            writer_.Error({"Macro expansion exceeds " + std::to_string(SourceLine::MAX_EXPANDED) +
-                               " characters.",
-                           place.str()});
+            writer_.Error({"Macros make the line longer than " +
+                               std::to_string(SourceLine::MAX_EXPANDED) +
+                               " characters; they were left as they stand.",
+                           Place("Problem detected", false)});
         }
         if (!is_comment()) break;
     }
@@ -361,6 +364,14 @@ int FileReader::SkipNumbers() {
         if (result <= 0) return result;
         state_.repeat = 0;  // a long repetition is dropped as one
     }
+}
+
+std::string FileReader::Place(std::string_view prefix, bool withColumn) const {
+    std::ostringstream place;
+    place << prefix << " at";
+    if (withColumn) place << " column " << startColumn() + 1 << " of";
+    place << " line " << lineNumber_ << " of the " << file_phrase(file_) << ".";
+    return place.str();
 }
 
 void FileReader::EndStream() {

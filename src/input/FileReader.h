@@ -19,6 +19,9 @@ struct NumberField {
 /// none, or too large for a double; what is too small for one reads as 0.
 bool parse_number(std::string_view text, double& number);
 
+/// `file "{name}"`, or `standard input` if the file has no name.
+std::string file_phrase(const InFile& file);
+
 /// Turns one open file into lines and tokens. Reading operations return above 0 if a result was
 /// read, 0 if nothing of that kind stands here, below 0 at the end of the file.
 class FileReader {
@@ -59,6 +62,8 @@ public:
     int endColumn() const { return state_.endColumn; }
     const std::string& token() const { return token_; }
     const std::string& rawLine() const { return source_.rawLine(); }
+    /// `{prefix} at column {c} of line {n} of the {file}.`
+    std::string Place(std::string_view prefix, bool withColumn) const;
 
 private:
     /// What a token read changes, and `Unread` takes back.

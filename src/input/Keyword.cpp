@@ -15,12 +15,13 @@ int KeyCompare(const char* a, const char* b) {
     if (a == b) return 0;
     if (!b) return 256;
     if (!a) return -256;
-    for (; upper(*a) == upper(*b); ++a, ++b) {
+    for (; ascii_upper(*a) == ascii_upper(*b); ++a, ++b) {
         if (!*a) return 0;
         if (*a == '&' && (!a[1] || !b[1])) return 0;
     }
     if ((*a == '&' && !a[1]) || (*b == '&' && !b[1])) return 0;
-    return static_cast<unsigned char>(upper(*a)) - static_cast<unsigned char>(upper(*b));
+    return static_cast<unsigned char>(ascii_upper(*a)) -
+           static_cast<unsigned char>(ascii_upper(*b));
 }
 
 int KeyCompare(const std::string& a, const std::string& b) {

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <utility>
 
+#include "input/CharSet.h"
 #include "input/FileReader.h"
 
 namespace kestrane {
@@ -29,15 +30,11 @@ std::string with_digits(double value, std::size_t digits) {
     return text.str();
 }
 
-std::string named(const InFile& file) {
-    return file.fullName ? "file \"" + *file.fullName + "\"" : "standard input";
-}
-
 }  // namespace
 
 Reader::Reader(const Writer& writer, InFile& primary) : Writer(writer) {
     stack_.push_back(std::make_unique<Level>(pushes_++, nullptr, primary, *this));
-    if (primary.isOpen()) Note({"Now reading " + named(primary) + "."});
+    if (primary.isOpen()) Note({"Now reading " + file_phrase(primary) + "."});
 }
 
 Reader::~Reader() = default;
@@ -156,9 +153,7 @@ void Reader::SetTabWidth(int width) {
 
 void Reader::Define(std::string_view name, std::string_view value) {
     if (name.empty()) return;
-    std::string key(name);
-    std::transform(key.begin(), key.end(), key.begin(), upper);
-    macros_[key] = value;
+    macros_[upper_case(name)] = value;
 }
 
 void Reader::Push(const std::string& name) {
@@ -173,7 +168,7 @@ void Reader::Push(const std::string& name) {
     }
     InFile& file_in = *included;
     auto level = std::make_unique<Level>(pushes_++, std::move(included), file_in, *this);
-    Note({"Now including " + named(file_in) + "."});
+    Note({"Now including " + file_phrase(file_in) + "."});
     level->lines.SetEcho(includer.echo());
     level->lines.SetTabWidth(includer.tabWidth());
     stack_.push_back(std::move(level));
@@ -182,7 +177,7 @@ void Reader::Push(const std::string& name) {
 int Reader::Pop() {
     if (stack_.size() < 2) return 0;
     stack_.pop_back();
-    Note({"Now returning to " + named(file()) + "."});
+    Note({"Now returning to " + file_phrase(file()) + "."});
     return 1;
 }
 
@@ -192,11 +187,7 @@ void Reader::EndFile() {
 
 void Reader::Locate(std::vector<std::string>& lines, int detail, bool withColumn,
                     std::string_view prefix) const {
-    std::ostringstream place;
-    place << prefix << " at";
-    if (withColumn) place << " column " << startColumn() + 1 << " of";
-    place << " line " << lineNumber() << " of the " << named(file()) << ".";
-    lines.push_back(place.str());
+    lines.push_back(top().Place(prefix, withColumn));
     if (detail >= 2) lines.push_back("Most recent line: \"" + top().rawLine() + "\".");
     if (detail >= 3) lines.push_back("Most recent word: \"" + lastWord_ + "\".");
 }

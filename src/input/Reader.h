@@ -10,7 +10,7 @@
 
 #include "frame/Unset.h"
 #include "frame/Writer.h"
-#include "input/SourceLine.h"
+#include "input/Macros.h"
 
 namespace kestrane {
 

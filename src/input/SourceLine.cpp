@@ -11,13 +11,7 @@ namespace {
 
 /// Bytes that the expansion of one line may go over in all its passes. Names that replace one
 /// another in a ring would otherwise be followed for as many passes as there are macros.
-constexpr std::size_t MAX_EXPANSION_WORK = 64 * SourceLine::MAX_EXPANDED;
-
-std::string upper_case(std::string_view text) {
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(), upper);
-    return result;
-}
+constexpr std::size_t MAX_EXPANSION_WORK = 16 * SourceLine::MAX_EXPANDED;
 
 }  // namespace
 
@@ -47,8 +41,9 @@ int SourceLine::start_column(std::size_t at) const {
 void SourceLine::build_columns() {
     startColumns_.resize(line_.size());
     endColumns_.resize(line_.size());
-    // Wide tabs may lead past the largest int: columns stop there.
-    constexpr std::int64_t LAST = std::numeric_limits<int>::max();
+    // Wide tabs may lead past the largest int: columns stop short of it, so that counting them
+    // from 1 cannot overflow.
+    constexpr std::int64_t LAST = std::numeric_limits<int>::max() - 1;
     std::int64_t column = 0;
     for (std::size_t i = 0; i < line_.size(); ++i) {
         startColumns_[i] = static_cast<int>(column);

@@ -1,17 +1,14 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "input/CharSet.h"
+#include "input/Macros.h"
 
 namespace kestrane {
-
-/// Macro table: upper-case name to text.
-using Macros = std::map<std::string, std::string>;
 
 /// One line of a script, as read and with its macros expanded, with a cursor and with the source
 /// columns of its characters. Columns count from 0; a tab reaches to the next multiple of the tab
