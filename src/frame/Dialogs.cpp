@@ -9,12 +9,6 @@ namespace kestrane {
 
 namespace {
 
-/// The file last chosen in a save dialog; null at first.
-std::unique_ptr<File>& last_saved() {
-    static std::unique_ptr<File> file;
-    return file;
-}
-
 /// Keeps the time in a dialog out of the run time.
 class ClockPause {
 public:
@@ -58,7 +52,7 @@ FileDialogs& file_dialogs() {
 DialogRequest propose_save(std::string_view title, std::string_view extension,
                            const File* templateFile) {
     const Program::State& state = Program::state();
-    const File* const candidates[] = {templateFile, last_saved().get(), state.reportFile.get(),
+    const File* const candidates[] = {templateFile, state.lastSaved.get(), state.reportFile.get(),
                                       state.primaryInput.get()};
     File beside;
     for (const File* candidate : candidates) {
@@ -94,7 +88,7 @@ bool OutFile::SaveDialog(std::string_view title, std::string_view extension,
         const auto chosen = show(file_dialogs().save, request);
         if (!chosen) return false;
         SetPath(*chosen, request.directory);
-        const Program::State& state = Program::state();
+        Program::State& state = Program::state();
         bool opened = false;
         if (names_console(name) && state.consoleFile) {
             buffer_.close();
@@ -105,7 +99,7 @@ bool OutFile::SaveDialog(std::string_view title, std::string_view extension,
             opened = OpenWrite();
         }
         if (opened) {
-            last_saved() = std::make_unique<File>(*this);
+            state.lastSaved = std::make_unique<File>(*this);
             return true;
         }
         report_unopened(*chosen);

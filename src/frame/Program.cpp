@@ -300,9 +300,9 @@ void Program::ShutDown() {
     Writer writer(s.errorCounts, s.consoleFile.get(), s.reportFile.get());
     writer.Summary();
     writer.Headline(time, {}, '=');
-    writer.WritePending(0);
     writer.Flush();
     check_report(s);
+    writer.WritePending(0);
 
     Writer console(s.errorCounts, s.consoleFile.get(), nullptr);
     if (!s.batchMode) console.Headline("Hit \"Return\" to exit.", {}, '=');

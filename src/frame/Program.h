@@ -51,6 +51,7 @@ public:
         std::unique_ptr<InFile> terminalInput;
         std::unique_ptr<OutFile> reportFile;
         std::unique_ptr<OutFile> consoleFile;
+        std::unique_ptr<File> lastSaved;  ///< chosen in a save dialog; null at first
         std::unique_ptr<Writer> theWriter;
         std::unique_ptr<Reader> theReader;
         bool batchMode = true;
