@@ -12,6 +12,16 @@ constexpr PrintFigures BIP_FIGURES{5, 8, 6};
 
 }  // namespace
 
+const CmdDictionary& bip_words() {
+    static const CmdKey key{BIP_KEYWORDS[0], BIP_KEYWORDS[1]};
+    static const CmdDictionary dictionary = [] {
+        CmdDictionary words;
+        for (const std::string& alias : key.aliases) words.add(alias, &key);
+        return words;
+    }();
+    return dictionary;
+}
+
 BipHeads::BipHeads(const Charzation& charz)
     : row_names_(&BipRow::name, {"Binary"}, {std::begin(BIP_KEYWORDS), std::end(BIP_KEYWORDS)},
                  nullptr, 1) {

@@ -51,5 +51,7 @@ private:
 
 /// The words that begin the table of interaction parameters, and end a component table.
 inline constexpr const char* BIP_KEYWORDS[] = {"BINAR&", "BIPS"};
+/// The same as words that end a table.
+const CmdDictionary& bip_words();
 
 }  // namespace kestrane

@@ -21,17 +21,6 @@ using CharCorr_Cmd = UserCmd<Char_Cmd, CharCorr_Data>;
 
 namespace {
 
-/// The words that end a component table without its END.
-const CmdDictionary& table_stop_words() {
-    static const CmdKey bips{BIP_KEYWORDS[0], BIP_KEYWORDS[1]};
-    static const CmdDictionary dictionary = [] {
-        CmdDictionary words;
-        for (const std::string& alias : bips.aliases) words.add(alias, &bips);
-        return words;
-    }();
-    return dictionary;
-}
-
 /// Verdict line of the two stages of a definition.
 std::string problem_headline(std::string_view what, int) {
     return "Problem for " + std::string(what) + ".";
@@ -45,7 +34,7 @@ void report_stage(ErrorList& errors, Reader& reader, const Command& command, con
 /// Reads a component table whose first heading is the word just given back. 0 if none stands here.
 int read_component_table(Reader& reader, Charzation& charz) {
     try {
-        return charz.read_table(reader, &table_stop_words());
+        return charz.read_table(reader, &bip_words());
     } catch (const IllegalCharzation& illegal) {
         report_illegal_charzation(reader, illegal.reason);
         return 1;

@@ -9,8 +9,7 @@ namespace kestrane {
 int Charzation::read_table(Reader& reader, const CmdDictionary* stop_words) {
     const int result = table.Read(reader, stop_words);
     if (result == 0) return 0;
-    // The table's own END is consumed; any other word that ended it was given back.
-    if (result > 0 && KeyCompare(reader.lastWord(), "END") == 0) block_closed = true;
+    block_closed = table.closed;
     take_rows();
     return result;
 }
@@ -42,8 +41,9 @@ void Charzation::check_names() const {
 
 void Charzation::read_bips(Reader& reader) {
     BipTable rows(*this);
-    const int result = rows.Read(reader);
-    if (result > 0 && KeyCompare(reader.lastWord(), "END") == 0) block_closed = true;
+    // A further table of this kind is read by its own command, because its rows need not match.
+    rows.Read(reader, &bip_words());
+    block_closed = rows.closed;
     for (int row = 0; row < rows.rowCount; ++row) {
         const BipRow values = rows.values(row);
         const int component = find_component(values.name.text());

@@ -169,7 +169,7 @@ TEST(CharKeys, BipHeadOfUnknownComponentIsAnError) {
                         "END\n",
                     Mode::Deferred);
     EXPECT_EQ(run.counts.errors, 1) << run.report();
-    EXPECT_TRUE(run.prints("Keyword \"XX\" not recognized in current context."));
+    EXPECT_TRUE(run.prints("ERROR: Keyword \"XX\" not recognized in current context  #"));
     EXPECT_EQ(run.charz().bip(0, 2), 0.05);
     EXPECT_EQ(run.charz().bip(1, 2), UNSET);
 }
@@ -238,8 +238,8 @@ TEST(CharKeys, ReportIsLaidOut) {
                           "               L1        M5        H9   \n"
                           "           --------- --------- ---------\n"
                           "L1           0.0     -0.010000  0.050000\n"
-                          "M5        -0.010000   0.0       0.12346\n"
-                          "H9         0.050000   0.12346   0.0    \n"),
+                          "M5         -0.010000   0.0       0.12346\n"
+                          "H9          0.050000   0.12346   0.0    \n"),
               std::string::npos)
         << report;
     EXPECT_FALSE(run.prints("Base Characterization"));
