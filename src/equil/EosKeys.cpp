@@ -28,33 +28,34 @@ void EOS_Cmd::Execute(Reader& reader) {
     if (eos) user().chosen_eos = eos;
 }
 
-/// Takes one choice, from the keyword's line or else from the next line that has a word. The
-/// choice holds from here on, because a characterization needs its equation before its stored
+/// Reads the word of a choice from the keyword's line, or else from the next line that has a word
+/// if it is one; any other word is left there. The key, or null after a report.
+static const CmdKey* read_choice(EOS_Cmd& command, Reader& reader, const std::string& key,
+                                 std::string& choice) {
+    const LineLimitScope one_line(reader, 0);
+    if (reader.NextKeyword(choice) > 0) {
+        if (const CmdKey* found = command.FindKey(choice)) return found;
+        reader.NotRecognized(choice);
+        reader.SkipStatement();
+        return nullptr;
+    }
+    const LineLimitScope any_line(reader, -1);
+    if (reader.NextKeyword(choice) > 0) {
+        if (const CmdKey* found = command.FindKey(choice)) return found;
+        reader.Unread();
+    }
+    reader.ErrorHere({"Keyword \"" + key + "\" was not followed by an equation of state."});
+    return nullptr;
+}
+
+/// The choice holds from here on, because a characterization needs its equation before its stored
 /// commands are executed; execution makes it again, since a pass begins with everything reset.
 template <>
 void EOS_Cmd::Read(Reader& reader, const std::string& key) {
     immediate = false;
     std::string choice;
-    const LineLimitScope one_line(reader, 0);
-    if (reader.NextKeyword(choice) > 0) {
-        if (const CmdKey* found = FindKey(choice))
-            found->Run(reader, choice, *this);
-        else {
-            reader.NotRecognized(choice);
-            reader.SkipStatement();
-        }
-    } else {
-        const LineLimitScope any_line(reader, -1);
-        const CmdKey* found = nullptr;
-        if (reader.NextKeyword(choice) > 0) {
-            found = FindKey(choice);
-            if (!found) reader.Unread();
-        }
-        if (found)
-            found->Run(reader, choice, *this);
-        else
-            reader.ErrorHere({"Keyword \"" + key + "\" was not followed by an equation of state."});
-    }
+    if (const CmdKey* found = read_choice(*this, reader, key, choice))
+        found->Run(reader, choice, *this);
     Execute(reader);
 }
 
