@@ -105,7 +105,7 @@ public:
     bool next_stationary_point(StationaryList& list, double& g);
     /// 0 if no trial makes the tie-line unstable; otherwise 1 for a trial lighter than both phases,
     /// 2 for one between them, 3 for one heavier than both. Bits of `flags` (1 vapor-like,
-    /// 4 between, 2 liquid-like) are cleared as their trials are made.
+    /// 4 between, 2 liquid-like, 8 pure component) are cleared as their trials are made.
     int third_phase_test(const PhaseState& x, const PhaseState& y, std::span<const double> ln_k,
                          PhaseState& trial, std::span<double> w, int& flags, bool swap_allowed);
     /// Writes phases and K-values into the cell after a flash.
@@ -171,11 +171,13 @@ private:
     bool test_end(TestState& s, double& g);
     void stationary_pass(StationaryList& list, bool vapor_like);
     void too_many_points(const StationaryList& list);
+    void pure_component_estimate(const PhaseState& x, PhaseState& trial, std::span<double> w);
 
     // flash
     void flash_driver();
     void flash_search(FlashState& s);
     bool flash_goes_on(FlashState& s);
+    int far_side_trials() const;
     void check_third_phase(double G);
     bool third_phase_splits(SavedSplit& saved, std::span<double> w, double& G);
     void save_split(SavedSplit& saved) const;

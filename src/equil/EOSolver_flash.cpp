@@ -11,8 +11,10 @@ namespace kestrane {
 
 namespace {
 
-/// Bits of the third-phase trials: vapor-like, liquid-like, between.
-constexpr int ALL_TRIALS = 7;
+/// Bits of the third-phase trials: vapor-like, liquid-like, between, and the one that tests only
+/// make on request, from the pure components.
+constexpr int USUAL_TRIALS = 7;
+constexpr int ALL_TRIALS = 15;
 /// Each better split found starts the trials anew and has lower energy; more would be round-off.
 constexpr int BETTER_SPLIT_LIMIT = 20;
 
@@ -124,18 +126,29 @@ void EOSolver::flash_search(FlashState& s) {
 
 /// True if a stationary point is to be tried next.
 bool EOSolver::flash_goes_on(FlashState& s) {
-    if (cell_.current_init < INIT_WILSON) return s.trivial;
+    const bool first = cell_.current_init >= INIT_WILSON;
+    cell_.current_init = std::min<int>(cell_.current_init, INIT_STABILITY);
     if (s.trivial) {
+        if (!first) return true;
         // K-values of another state led to one phase. They may have belonged to other conditions
         // altogether, so that a second phase is still to be suspected.
         if (cell_.test1 > TEST_NEVER) test1_now = std::max<int>(test1_now, TEST_TRIVIAL);
-        if (test1_now < TEST_TRIVIAL) return false;
-    } else {
-        if (!s.negative || test2_now < TEST_ALWAYS) return false;
-        save_split(s.saved);
+        return test1_now >= TEST_TRIVIAL;
     }
-    cell_.current_init = INIT_STABILITY;
+    if (!s.negative || cell_.test2 == TEST_NEVER) return false;
+    if (!(first && test2_now >= TEST_ALWAYS)) s.list.flags &= far_side_trials();
+    if (s.list.flags == 0) return false;
+    if (!s.saved.held) save_split(s.saved);
     return true;
+}
+
+/// A negative flash shows that the feed has no equilibrium with the phase at the near end of its
+/// tie-line; a liquid beside a vapor-liquid tie-line may still fall apart into two liquids. These
+/// are the trials (flags of a StationaryList) on the other side of the feed.
+int EOSolver::far_side_trials() const {
+    const bool feed_is_heavier = (y_.fraction < 0.0) == eos_.is_lighter(*x_.c_parms, *y_.c_parms);
+    if (feed_is_heavier) return 2;
+    return feed_.root > 0 ? 0 : 1;
 }
 
 /// Looks for a phase that would make the two-phase result unstable, and for a better pair.
@@ -143,13 +156,14 @@ void EOSolver::check_third_phase(double G) {
     const WorkStack::Frame frame(store_->work);
     SavedSplit saved(store_->work, n_);
     const std::span<double> w = store_->work.take(n_);
-    int flags = ALL_TRIALS, position = 0;
+    const int trials = cell_.test2 > TEST_SUSPECTED ? ALL_TRIALS : USUAL_TRIALS;
+    int flags = trials, position = 0;
     for (int better = 0; flags != 0 && better < BETTER_SPLIT_LIMIT;) {
         const int found = third_phase_test(x_, y_, ln_k(), trial_, w, flags, true);
         if (found == 0) continue;
         save_split(saved);
         if (third_phase_splits(saved, w, G)) {
-            flags = ALL_TRIALS;
+            flags = trials;
             position = 0;
             ++better;
         } else if (position == 0) {

@@ -379,6 +379,36 @@ void EOSolver::too_many_points(const StationaryList& list) {
     if (list.count > (list.nonnegative == 0 ? 2u : 1u)) raise_tests();
 }
 
+/// A trial made of one component for the most: that whose pure phase lies lowest over the tangent
+/// plane at x. The rest is the ideal mixture in equilibrium with x, ln t_i = ln x_i + ln phi_i(x) -
+/// ln phi_i(pure i). It finds a liquid rich in one component, of which the ends of the tie-line
+/// give no hint, such as one of CO2 between a vapor and an oil.
+void EOSolver::pure_component_estimate(const PhaseState& x, PhaseState& trial,
+                                       std::span<double> w) {
+    constexpr double SHARE = 0.95;
+    const WorkStack::Frame frame(store_->work);
+    const std::span<double> pure_ln_phi = store_->work.take(n_);
+    std::fill_n(trial.comps, n_, 0.0);
+    PhaseState pure = trial;
+    pure.ln_phi = pure_ln_phi.data();
+    std::size_t chosen = 0;
+    double total = 0.0, largest = 0.0;
+    for (std::size_t i = 0; i < n_; ++i) {
+        trial.comps[i] = 1.0;
+        evaluate(pure, 0);
+        trial.comps[i] = 0.0;
+        w[i] = x.ln_phi[i] - pure_ln_phi[i];
+        const double t = x.comps[i] * std::exp(w[i]);
+        total += t;
+        if (t > largest) {
+            largest = t;
+            chosen = i;
+        }
+    }
+    const double rest = total - largest;
+    if (rest > 0.0) w[chosen] += std::log(std::max(1.0, SHARE / (1.0 - SHARE) * rest / largest));
+}
+
 int EOSolver::third_phase_test(const PhaseState& x, const PhaseState& y,
                                std::span<const double> ln_k, PhaseState& trial, std::span<double> w,
                                int& flags, bool swap_allowed) {
@@ -402,6 +432,12 @@ int EOSolver::third_phase_test(const PhaseState& x, const PhaseState& y,
         trial.root = -1;
         found = test(x, y, ln_k, trial, w, g, swap_allowed) && g < 0.0;
         flags &= ~2;
+    }
+    if (!found && (flags & 8)) {
+        pure_component_estimate(x, trial, w);
+        trial.root = -1;
+        found = test(x, y, ln_k, trial, w, g, swap_allowed) && g < 0.0;
+        flags &= ~8;
     }
     if (!found) return 0;
     return 1 + (eos_.is_lighter(*trial.c_parms, *y.c_parms) ? 1 : 0) +
