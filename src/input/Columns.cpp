@@ -414,7 +414,14 @@ template class DataColumn<Quote>;
 template class DataColumn<UserWord>;
 
 void HeadDictionary::add(const AnyColHead& head) {
-    for (const std::string& key : head.keywords) {
+    // Of keywords that overlap the dictionary keeps the first: the one that matches most.
+    std::vector<std::string> keys = head.keywords;
+    std::stable_sort(keys.begin(), keys.end(), [](const std::string& a, const std::string& b) {
+        const bool a_wide = a.ends_with('&');
+        const bool b_wide = b.ends_with('&');
+        return a_wide != b_wide ? a_wide : a_wide && a.size() < b.size();
+    });
+    for (const std::string& key : keys) {
         if (!dictionary_.add(key, &head)) throw LogicError{};
     }
     heads_.push_back(&head);

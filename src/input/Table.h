@@ -264,10 +264,12 @@ private:
                    bool& head_follows);
     bool read_rows(Reader& reader, const CmdDictionary* stopWords, std::string& word);
     int read_cells(Reader& reader, std::string& word, int row, int placed);
-    bool read_repeats(Reader& reader, int row, int& placed);
+    void read_repeats(Reader& reader, int row, int& placed);
     int owner_of(int placed, int endColumn) const;
     void assume_units(Reader& reader);
     bool begins_with_text() const;
+    bool continues_head(Reader& reader, const AnyColHead& head) const;
+    int read_named_row(Reader& reader, std::string& word);
     std::vector<AnyColumn*> columns_to_print();
 };
 

@@ -8,6 +8,9 @@ namespace kestrane {
 
 namespace {
 
+/// Most cells of one table, blank ones included: far beyond any laboratory's, and within memory.
+constexpr std::size_t MAX_CELLS = 2'000'000;
+
 /// The next word, past empty fields; 0 at the line limit or where a "/" ends the data.
 int next_word(Reader& reader, std::string& word) {
     int result = 0;
@@ -79,28 +82,19 @@ bool Table::read_rows(Reader& reader, const CmdDictionary* stopWords, std::strin
             reader.Unread();
             return false;
         }
+        if ((static_cast<std::size_t>(rowCount) + 1) * columns.size() > MAX_CELLS) {
+            reader.ErrorHere({"Table exceeds " + std::to_string(MAX_CELLS) + " cells."});
+            reader.Unread();
+            return false;
+        }
         int row_read = 0;
         const AnyColHead* head = heads ? heads->find(word) : nullptr;
         if (!head || head->priority < 1) {
             row_read = ReadRow(reader, word, rowCount);
-        } else if (!begins_with_text()) {
+        } else if (!begins_with_text() || continues_head(reader, *head)) {
             return true;
         } else {
-            // A name may look like a heading (COMP1): what follows on the line decides.
-            const int owner = owner_of(-1, reader.endColumn() - 1);
-            std::string second;
-            {
-                const LineLimitScope this_line(reader, 0);
-                next_word(reader, second);
-                reader.Unread();
-            }
-            if (!second.empty() && (heads->find(second) || stands_for_placeholder(second) ||
-                                    (head->unitSet && head->unitSet->find(second))))
-                return true;
-            if (owner >= 0 && ColumnAt(owner).PutWord(rowCount, word))
-                row_read = read_cells(reader, word, rowCount, owner);
-            else
-                reader.NotRecognized(word);
+            row_read = read_named_row(reader, word);
         }
         if (row_read < 1) {
             reader.Unread();
@@ -109,6 +103,26 @@ bool Table::read_rows(Reader& reader, const CmdDictionary* stopWords, std::strin
         ++rowCount;
     }
     return false;
+}
+
+/// Whether the line that began with a keyword of `head` goes on as a head line: a row may begin
+/// with a name that looks like a heading (COMP1). Leaves the reader behind the first word.
+bool Table::continues_head(Reader& reader, const AnyColHead& head) const {
+    const LineLimitScope this_line(reader, 0);
+    std::string second;
+    const int found = next_word(reader, second);
+    if (found >= 0) reader.Unread();
+    return found > 0 && (heads->find(second) || stands_for_placeholder(second) ||
+                         (head.unitSet && head.unitSet->find(second)));
+}
+
+/// Reads a row whose name, `word`, can not be given back any more.
+int Table::read_named_row(Reader& reader, std::string& word) {
+    const int owner = owner_of(-1, reader.endColumn() - 1);
+    if (owner >= 0 && ColumnAt(owner).PutWord(rowCount, word))
+        return read_cells(reader, word, rowCount, owner);
+    reader.NotRecognized(word);
+    return 0;
 }
 
 bool Table::begins_with_text() const {
@@ -225,9 +239,9 @@ int Table::ReadWeights(Reader& reader, std::string& word) {
             if (next_word(reader, word) > 0) reader.NotRecognized(word);
             continue;
         }
-        const int repeats = repeat_count(reader.token());
-        for (int i = 1; i < repeats && placed + 1 < count; ++i)
-            reader.NextDouble(ColumnAt(++placed).weight);
+        int left = repeat_count(reader.token()) - 1;
+        for (; left > 0 && placed + 1 < count; --left) reader.NextDouble(ColumnAt(++placed).weight);
+        if (left > 0) reader.NotRecognized(reader.token());
     }
     return 1;
 }
@@ -261,17 +275,17 @@ int Table::read_cells(Reader& reader, std::string& word, int row, int placed) {
             break;
         }
         placed = owner;
-        if (!read_repeats(reader, row, placed)) break;
+        read_repeats(reader, row, placed);
     }
     if (placed < 0) return 0;
     for (const auto& column : columns) column->GrowTo(row + 1);
     return 1;
 }
 
-/// Deals the rest of a repeated number (3*7.5) out to the columns that follow. False if it does not
-/// fit them; the line is then dropped.
-bool Table::read_repeats(Reader& reader, int row, int& placed) {
-    if (!is_number_column(ColumnAt(placed))) return true;
+/// Deals the rest of a repeated number (3*7.5) out to the columns that follow. What does not fit
+/// them is an error, and the line is then dropped.
+void Table::read_repeats(Reader& reader, int row, int& placed) {
+    if (!is_number_column(ColumnAt(placed))) return;
     const int count = static_cast<int>(columns.size());
     for (int left = repeat_count(reader.token()) - 1; left > 0; --left) {
         const bool fits = placed + 1 < count && (is_number_column(ColumnAt(placed + 1)) ||
@@ -279,7 +293,7 @@ bool Table::read_repeats(Reader& reader, int row, int& placed) {
         if (!fits) {
             reader.NotRecognized(reader.token());
             reader.DiscardLine();
-            return false;
+            return;
         }
         double read_over = UNSET;
         if (ColumnAt(++placed).IsData())
@@ -287,7 +301,6 @@ bool Table::read_repeats(Reader& reader, int row, int& placed) {
         else
             reader.NextDouble(read_over);
     }
-    return true;
 }
 
 }  // namespace kestrane
