@@ -23,25 +23,19 @@ constexpr std::string_view FIRST_YEAR = "1995";
 constexpr std::size_t BANNER_WIDTH = 80;
 constexpr std::size_t RESERVE_SIZE = 8192;  // bytes
 
-using Message = std::array<std::string, 3>;
+/// Text of a report that may have to be made with next to no memory.
+using Message = std::array<const char*, 3>;
 
-const Message& memory_message() {
-    static const Message lines{"Dynamic memory exhausted.",
-                               "Try to increase the memory available to the program.",
-                               "Otherwise, the problem size will have to be reduced."};
-    return lines;
-}
-
-const Message& unexpected_message() {
-    static const Message lines{"Unexpected termination.",
-                               "Execution terminated because of an unexpected exception.",
-                               "Please report this problem to " + std::string(MAKER) + "."};
-    return lines;
-}
+constexpr Message MEMORY_MESSAGE{"Dynamic memory exhausted.",
+                                 "Try to increase the memory available to the program.",
+                                 "Otherwise, the problem size will have to be reduced."};
+constexpr Message UNEXPECTED_MESSAGE{"Unexpected termination.",
+                                     "Execution terminated because of an unexpected exception.",
+                                     "Please report this problem to Orvane Software."};
 
 /// The last resort, which needs no memory.
 void complain_plainly(const Message& lines) {
-    std::fputs(lines[0].c_str(), stderr);
+    std::fputs(lines[0], stderr);
     std::fputc('\n', stderr);
     std::fflush(stderr);
 }
@@ -54,7 +48,8 @@ void report_fatal(Program::State& state, const Message& lines) {
         return;
     }
     try {
-        Writer(state.errorCounts, state.consoleFile.get(), state.reportFile.get()).Fatal(lines);
+        Writer(state.errorCounts, state.consoleFile.get(), state.reportFile.get())
+            .Fatal(std::vector<std::string>(lines.begin(), lines.end()));
     } catch (const FatalError&) {
     } catch (...) {
         complain_plainly(lines);
@@ -152,11 +147,14 @@ Program::Program() {
 }
 
 Program::~Program() {
-    if (--state().instances > 0) return;
+    State& s = state();
+    if (--s.instances > 0) return;
+    // From here on memory is needed for the end lines alone.
+    s.reserveBlock.reset();
     try {
         ShutDown();
     } catch (...) {
-        complain_plainly(unexpected_message());
+        complain_plainly(UNEXPECTED_MESSAGE);
     }
 }
 
@@ -208,9 +206,9 @@ int Program::Main(int argc, char* const* argv) {
         // Its message has been printed.
     } catch (const std::bad_alloc&) {
         s.reserveBlock.reset();
-        report_fatal(s, memory_message());
+        report_fatal(s, MEMORY_MESSAGE);
     } catch (...) {
-        report_fatal(s, unexpected_message());
+        report_fatal(s, UNEXPECTED_MESSAGE);
     }
     return 1;
 }

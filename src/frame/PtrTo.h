@@ -13,6 +13,10 @@ struct CountCell {
     void (*destroy)(void*);
 };
 
+/// Deletes the object and its cell. Not inline: an optimizer that sees the deletion takes every
+/// later look at a count for one that follows it, and warns.
+void destroy_shared(CountCell* cell);
+
 /// A counted handle on a T. All copies share one count cell; when the last copy goes, the object is
 /// deleted if the handle owns it. Handles compare by object pointer and may be null.
 /// Not thread safe: the program has one thread.
@@ -43,10 +47,7 @@ public:
         return *this;
     }
     ~PtrTo() {
-        if (cell_ && --cell_->count == 0) {
-            cell_->destroy(cell_->object);
-            delete cell_;
-        }
+        if (cell_ && --cell_->count == 0) destroy_shared(cell_);
     }
 
     void swap(PtrTo& other) noexcept {

@@ -339,29 +339,45 @@ TEST(Program, OutOfMemoryIsReportedEvenInASilentPass) {
                      MEMORY_BLOCK + std::string("\n") + end_lines(FATAL_END));
 }
 
+// Volatile, or the allocation of blocks that nobody reads may be optimized away.
+void* volatile last_block = nullptr;
+
+/// Takes blocks of every size, and keeps them, until not one more byte is to be had.
+void exhaust_memory() {
+    memory_left = 100000;
+    for (std::size_t size = 4096; size > 0; size /= 2) {
+        try {
+            for (;;) last_block = operator new(size);
+        } catch (const std::bad_alloc&) {
+        }
+    }
+}
+
 TEST(Program, ReserveSufficesToReportThatMemoryIsExhausted) {
     const ChildRun child("exhausted");
     const ChildResult result = child.run([] {
         return run_main({}, [](Reader&, Writer&) {
-            memory_left = 100000;
-            // Blocks of every size, kept, until not one more byte is to be had.
-            struct Block {
-                Block* next;
-            };
-            Block* kept = nullptr;
-            for (std::size_t size = 4096; size >= sizeof(Block); size /= 2) {
-                try {
-                    for (;;) kept = new (operator new(size)) Block{kept};
-                } catch (const std::bad_alloc&) {
-                }
-            }
-            kept = new Block{kept};
+            exhaust_memory();
+            last_block = operator new(1);
         });
     });
     EXPECT_EQ(result.status, 1);
-    for (const std::string& text : {result.out, result.err})
+    for (const std::string& text : {result.out, result.err}) {
+        ASSERT_NE(text.find("######"), std::string::npos) << text;
         expect_match(text.substr(text.find("######")),
                      MEMORY_BLOCK + std::string("\n") + end_lines(FATAL_END));
+    }
+}
+
+TEST(Program, ReserveSufficesForTheEndLines) {
+    const ChildRun child("shortage");
+    const ChildResult result =
+        child.run([] { return run_main({}, [](Reader&, Writer&) { exhaust_memory(); }); });
+    EXPECT_EQ(result.status, 0);
+    for (const std::string& text : {result.out, result.err}) {
+        ASSERT_NE(text.find("======  Execution"), std::string::npos) << text;
+        expect_match(text.substr(text.find("======  Execution")), end_lines(NORMAL_END));
+    }
 }
 
 TEST(Program, OtherExceptionsAreReported) {
