@@ -38,7 +38,9 @@ class IOFile : public File {
 public:
     bool isOpen() const;
     /// True if both write to or read from the same stream buffer.
-    bool sharesStream(const IOFile& other) const { return stream_buffer() == other.stream_buffer(); }
+    bool sharesStream(const IOFile& other) const {
+        return stream_buffer() == other.stream_buffer();
+    }
 
 protected:
     IOFile() = default;

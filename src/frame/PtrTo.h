@@ -28,8 +28,7 @@ public:
     /// A handle that does not own: the caller keeps `object` alive.
     explicit PtrTo(T& object) : object_(&object) {}
 
-    PtrTo(const PtrTo& other) noexcept
-        : object_(other.object_), cell_(other.cell_) {
+    PtrTo(const PtrTo& other) noexcept : object_(other.object_), cell_(other.cell_) {
         if (cell_) ++cell_->count;
     }
     PtrTo(PtrTo&& other) noexcept
@@ -37,8 +36,8 @@ public:
           cell_(std::exchange(other.cell_, nullptr)) {}
 
     template <class S>
-        requires(std::is_convertible_v<S*, T*> && !std::is_same_v<S, T>)
-    PtrTo(const PtrTo<S>& other) noexcept : object_(other.object_), cell_(other.cell_) {
+    requires(std::is_convertible_v<S*, T*> && !std::is_same_v<S, T>) PtrTo(const PtrTo<S>& other)
+    noexcept : object_(other.object_), cell_(other.cell_) {
         if (cell_) ++cell_->count;
     }
 
@@ -76,7 +75,7 @@ protected:
     PtrTo(S* object, Own) : object_(object) {
         if (object)
             cell_ = new CountCell{1, const_cast<std::remove_const_t<S>*>(object),
-                             [](void* p) { delete static_cast<std::remove_const_t<S>*>(p); }};
+                                  [](void* p) { delete static_cast<std::remove_const_t<S>*>(p); }};
     }
 
 private:
@@ -95,8 +94,8 @@ public:
     DynPtr(std::nullptr_t) {}
     explicit DynPtr(T* object) : PtrTo<T>(object, typename PtrTo<T>::Own{}) {}
     template <class S>
-        requires(std::is_convertible_v<S*, T*> && !std::is_same_v<S, T>)
-    DynPtr(const DynPtr<S>& other) noexcept : PtrTo<T>(other) {}
+    requires(std::is_convertible_v<S*, T*> && !std::is_same_v<S, T>) DynPtr(const DynPtr<S>& other)
+    noexcept : PtrTo<T>(other) {}
 };
 
 /// Makes an object and its owning handle.
