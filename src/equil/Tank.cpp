@@ -49,7 +49,7 @@ std::vector<double> amounts_by_name(const Charzation& source, std::span<const do
                                     const Charzation& target) {
     std::vector<double> result(target.size(), 0.0);
     for (std::size_t i = 0; i < target.size(); ++i) {
-        const int j = source.find_component(target.comps[i].name.key());
+        const int j = source.find_component(target.comps[i].name.text());
         if (j >= 0 && static_cast<std::size_t>(j) < amounts.size())
             result[i] = amounts[static_cast<std::size_t>(j)];
     }
