@@ -11,7 +11,7 @@ namespace {
 
 /// Bytes that the expansion of one line may go over in all its passes. Names that replace one
 /// another in a ring would otherwise be followed for as many passes as there are macros.
-constexpr std::size_t MAX_EXPANSION_WORK = 16 * SourceLine::MAX_EXPANDED;
+constexpr std::size_t MAX_EXPANSION_WORK = 4 * SourceLine::MAX_EXPANDED;
 
 }  // namespace
 
