@@ -10,6 +10,8 @@ namespace kestrane {
 namespace {
 
 constexpr int NEWTON_ROUNDS = 50;
+/// A product p1 p2 that no fluid reaches, beyond which the terms of the cubic could overflow.
+constexpr double VAST = 1e150;
 /// Reciprocal of the spacing of doubles at 1: stands for 1/f' against the scale of f' where the
 /// slope is not positive.
 constexpr double STEEP = 4503599627370496.0;
@@ -118,8 +120,9 @@ void A_2P_EOS::solve_z(EOS_C_Parms& phase, int& root, int& root_class) const {
     const double p2 = c2 * p.B;
     const double S = p1 + p2;
     const double Q = p1 * p2;
-    // Written so that a NaN counts as an ideal gas as well.
-    if (!(p.P > 0.0) || !(Q > 0.0) || p.A == 0.0 || std::isnan(p.A)) {
+    // Without pressure, covolume or attraction z is 1, and towards infinite pressure it goes to 1
+    // as 1 - A/Q does. Written so that a NaN ends here as well.
+    if (!(p.P > 0.0) || !(Q > 0.0) || !(Q <= VAST) || p.A == 0.0 || !std::isfinite(p.A)) {
         p.z_low = p.z_high = 1.0;
         p.dzi_low = p.dzi_high = 0.0;
     } else {

@@ -64,6 +64,30 @@ TEST(A_2P_EOS, SolvesTheCubicAtAllMagnitudes) {
     }
 }
 
+// Covolumes so small or pressures so high that A and B leave the range of any fluid: the roots stay
+// numbers between 0 and the largest, and no search gives up.
+TEST(A_2P_EOS, RootsAreUsableAtAnyMagnitude) {
+    std::mt19937_64 random(4242);
+    std::uniform_real_distribution<double> magnitude(-170.0, 170.0), ratio(-12.0, 12.0);
+    for (const auto& eos : working_equations()) {
+        const Charzation charz = make_fluid(1);
+        Phase phase(*eos, charz, 300.0, {1.0});
+        auto& state = static_cast<A_2P_EOS::C_Parms&>(*phase.record);
+        for (int trial = 0; trial < 50000; ++trial) {
+            state.b = std::pow(10.0, magnitude(random));
+            state.a = state.b * std::pow(10.0, ratio(random));
+            if (trial % 3 == 0) state.a = -state.a;
+            phase.solve(1.0, trial % 3 - 1);
+            for (const double z : {state.z_low, state.z_high}) {
+                ASSERT_TRUE(z > 0.0 && std::isfinite(z)) << state.A << " " << state.B;
+            }
+            ASSERT_TRUE(std::isfinite(state.dzi_low) && std::isfinite(state.dzi_high))
+                << state.A << " " << state.B;
+        }
+        EXPECT_TRUE(phase.errors.empty());
+    }
+}
+
 TEST(A_2P_EOS, FindsTwoRootsExactlyBetweenTheSpinodals) {
     for (const auto& eos : working_equations()) {
         const Charzation charz = make_fluid(1);
