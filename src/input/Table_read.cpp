@@ -20,6 +20,20 @@ int next_word(Reader& reader, std::string& word) {
     return result;
 }
 
+/// A quoted text that NextWord does not see, as its first character (";", "/") begins what is no
+/// word. Drops the line if there is none: nothing else stands on it.
+bool next_quoted(Reader& reader, std::string& text) {
+    reader.Unread();
+    while (reader.NextQuote(text) > 0) {
+        // The marks show in the columns; a field after a tab has none.
+        const auto columns = static_cast<std::size_t>(reader.endColumn() - reader.startColumn());
+        if (columns <= text.size()) break;
+        if (!text.empty()) return true;
+    }
+    reader.DiscardLine();
+    return false;
+}
+
 bool stands_for_placeholder(const std::string& word) {
     return !word.empty() && std::string("~_?").find(word.front()) != std::string::npos;
 }
@@ -255,8 +269,15 @@ int Table::ReadRow(Reader& reader, std::string& word, int row) {
 int Table::read_cells(Reader& reader, std::string& word, int row, int placed) {
     const int count = static_cast<int>(columns.size());
     const LineLimitScope this_line(reader, 0);
-    while (next_word(reader, word) > 0) {
+    for (;;) {
+        const int found = next_word(reader, word);
+        const bool quoted = found == 0 && next_quoted(reader, word);
+        if (found <= 0 && !quoted) break;
         const int owner = owner_of(placed, reader.endColumn() - 1);
+        if (quoted && owner > placed && is_number_column(ColumnAt(owner))) {
+            reader.NotRecognized(word);
+            continue;
+        }
         if (owner == placed) {
             if (placed < 0) {
                 reader.Unread();

@@ -293,7 +293,7 @@ double Units::from_base(double base) const {
 
 double Units::print(double base) const {
     const double value = from_base(base);
-    return std::abs(value) < tolerance ? 0.0 : value;
+    return value == 0.0 || std::abs(value) < tolerance ? 0.0 : value;  // no -0 either
 }
 
 void Units::set_offset(double unit_offset) {

@@ -295,6 +295,25 @@ TEST(TableRead, CellsOfEveryTypeAreRead) {
     EXPECT_EQ(in.row(2).zone, "");
 }
 
+TEST(TableRead, QuotedTextsMayBeginLikeACommentOrTheEndOfTheData) {
+    Reading in(
+        "STG  ZONE      MW    FULL\n"
+        "1    \"/a/b\"    16    \"; no remark\"\n"
+        "2              17    \"x\" / rest\n"
+        "3    oil\t; remark\n"
+        "4    gas       \"/5\"\n"
+        "END\n");
+    EXPECT_EQ(in.errors(), 1) << in.text();
+    EXPECT_TRUE(in.script.says("Keyword \"/5\" not recognized"));
+    ASSERT_EQ(in.table.rowCount, 4);
+    EXPECT_EQ(in.row(0).zone, "/a/b");
+    EXPECT_EQ(in.row(0).mw, 16.0);
+    EXPECT_EQ(in.row(0).full.text, "; no remark");
+    EXPECT_EQ(in.row(1).full.text, "x");
+    EXPECT_EQ(in.row(2).zone, "oil");
+    EXPECT_EQ(in.row(2).full.text, "");
+}
+
 TEST(TableRead, AnEmptyQuotedTextLeavesItsCellEmpty) {
     Reading in("STG  ZONE   FULL\n1    \"\"     gas\n2    ''\n3    oil    x\nEND\n");
     EXPECT_EQ(in.errors(), 0) << in.text();

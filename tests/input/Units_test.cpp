@@ -207,6 +207,7 @@ TEST(Units, WhatIsLeftOfADifferenceOfEqualNumbersPrintsAsZero) {
     EXPECT_EQ(fahrenheit.print(next), 0.0);
     EXPECT_NE(fahrenheit.print(fahrenheit.to_base(1e-9)), 0.0);
     EXPECT_EQ(unit_of(UnitKind::Pressure, "psig").print(101325.0), 0.0);
+    EXPECT_FALSE(std::signbit(unit_of(UnitKind::Pressure, "bar").print(-0.0)));
 }
 
 TEST(Units, NamesAreMatchedWithoutRegardToCase) {
