@@ -54,7 +54,7 @@ std::size_t StationaryList::best() const {
 }
 
 void StationaryList::clear() {
-    flags = 3;
+    flags = ALL_TRIALS;
     count = nonnegative = 0;
 }
 

@@ -43,7 +43,9 @@ struct StationaryList {
     void clear();
 
     static constexpr std::size_t CAPACITY = 4;
-    int flags = 3;  ///< bit 1: vapor-like trial due, bit 2: liquid-like trial due
+    static constexpr int ALL_TRIALS = 7;
+    /// Trials still due: 1 vapor-like, 2 liquid-like, 4 rich in one component.
+    int flags = ALL_TRIALS;
     std::size_t count = 0;
     std::size_t nonnegative = 0;  ///< entries with g >= 0
     std::array<StationaryPoint, CAPACITY> points;
@@ -171,7 +173,10 @@ private:
     bool test_end(TestState& s, double& g);
     void stationary_pass(StationaryList& list, bool vapor_like);
     void too_many_points(const StationaryList& list);
-    void pure_component_estimate(const PhaseState& x, PhaseState& trial, std::span<double> w);
+    void pure_component_pass(StationaryList& list);
+    bool is_unlike(std::size_t i, const PhaseState& phase) const;
+    bool pure_component_estimate(const PhaseState& x, PhaseState& trial, std::span<double> w,
+                                 bool all);
 
     // flash
     void flash_driver();

@@ -144,11 +144,15 @@ bool EOSolver::flash_goes_on(FlashState& s) {
 
 /// A negative flash shows that the feed has no equilibrium with the phase at the near end of its
 /// tie-line; a liquid beside a vapor-liquid tie-line may still fall apart into two liquids. These
-/// are the trials (flags of a StationaryList) on the other side of the feed.
+/// are the trials (flags of a StationaryList) on the other side of the feed. With a component
+/// unlike the others there may be several tie-lines on the near side, too.
 int EOSolver::far_side_trials() const {
+    for (std::size_t i = 0; i < n_; ++i)
+        if (feed_.comps[i] > TINY_AMOUNT && is_unlike(i, feed_)) return StationaryList::ALL_TRIALS;
     const bool feed_is_heavier = (y_.fraction < 0.0) == eos_.is_lighter(*x_.c_parms, *y_.c_parms);
-    if (feed_is_heavier) return 2;
-    return feed_.root > 0 ? 0 : 1;
+    const int pure = 4;
+    if (feed_is_heavier) return 2 | pure;
+    return feed_.root > 0 ? pure : 1 | pure;
 }
 
 /// Looks for a phase that would make the two-phase result unstable, and for a better pair.

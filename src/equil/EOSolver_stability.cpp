@@ -5,6 +5,7 @@
 
 #include "equil/EOSolver.h"
 #include "equil/PackedLDL.h"
+#include "fluid/Charzation.h"
 
 namespace kestrane {
 
@@ -16,6 +17,7 @@ constexpr int SUBSTITUTIONS_PER_CYCLE = 5;  ///< the last of them is an accelera
 constexpr double LARGEST_ACCELERATION = 1e6;
 constexpr double LARGEST_EXCESS = 1e9;  ///< of a step over the residual: 31 halvings
 constexpr double ENERGY_SLACK = 0.001;  ///< relative rise of the distance let pass
+constexpr int PURE_TRIAL = 4;           ///< flag of a StationaryList
 constexpr double SMALLEST_FRACTION = 1000.0 * DOUBLE_MIN;
 
 /// Places and difference of the extremes of w - offset.
@@ -256,12 +258,15 @@ void EOSolver::test_substitution(TestState& s) {
     for (std::size_t i = 0; i < n_; ++i) s.step[i] = factor * s.r[i];
 }
 
+/// Keeps the trial from running past the references, where it would be trivial. One on the other
+/// branch of the cubic is free to pass: its stationary point may lie on either side.
 void EOSolver::test_limit(TestState& s) {
-    const auto limit_at = [&s](const Extremes& ends) {
+    const auto limit_at = [&s](const Extremes& ends, const PhaseState& reference) {
+        if (s.trial->root * reference.root <= -2) return 2.0;
         return step_limit(ends.spread, s.step[ends.min] - s.step[ends.max]);
     };
-    double limit = limit_at(s.ends_x);
-    if (!s.ln_k0.empty()) limit = std::min(limit, limit_at(s.ends_y));
+    double limit = limit_at(s.ends_x, *s.x);
+    if (!s.ln_k0.empty()) limit = std::min(limit, limit_at(s.ends_y, *s.y));
     if (!(limit < 1.0)) return;
     for (double& step : s.step) step *= limit;
     ++s.counters[COUNT_LIMITED];
@@ -348,8 +353,12 @@ bool EOSolver::next_stationary_point(StationaryList& list, double& g) {
         if (list.points[best].g < 0.0 || test2_now < TEST_ALWAYS) break;
     }
     too_many_points(list);
-    const std::size_t best = list.best();
-    if (best == list.count) return false;
+    std::size_t best = list.best();
+    if (best == list.count) {
+        pure_component_pass(list);
+        best = list.best();
+        if (best == list.count) return false;
+    }
     list.points[best].active = false;
     std::ranges::copy(list.points[best].ln_k, ln_k().begin());
     g = list.points[best].g;
@@ -374,39 +383,75 @@ void EOSolver::stationary_pass(StationaryList& list, bool vapor_like) {
     if (test_from_fraction(feed_, feed_, trial_, w, w2, g, false)) list.append(w2, g);
 }
 
+/// A trial rich in one component, where one is unlike the others. It comes last, for feeds that the
+/// trials along the volatilities found stable: a second liquid may be of any volatility.
+void EOSolver::pure_component_pass(StationaryList& list) {
+    if (!(list.flags & PURE_TRIAL) || list.count == StationaryList::CAPACITY) return;
+    list.flags &= ~PURE_TRIAL;
+    const WorkStack::Frame frame(store_->work);
+    const std::span<double> w = store_->work.take(n_);
+    if (!pure_component_estimate(feed_, trial_, w, false)) return;
+    trial_.root = -1;
+    double g = 0.0;
+    if (test(feed_, feed_, {}, trial_, w, g, false)) list.append(w, g);
+}
+
 /// More stationary points than two phases can explain.
 void EOSolver::too_many_points(const StationaryList& list) {
     if (list.count > (list.nonnegative == 0 ? 2u : 1u)) raise_tests();
 }
 
+/// True if component i may form a liquid of its own beside the phase: it is no gas, and by
+/// interaction parameters or cohesion (a/b^2, which goes as the critical pressure) unlike the mean
+/// of the others.
+bool EOSolver::is_unlike(std::size_t i, const PhaseState& phase) const {
+    constexpr double GAS = 1.2;          // of T/Tc
+    constexpr double UNLIKE_BIP = 0.04;  // hydrocarbons among themselves have smaller ones
+    constexpr double UNLIKE_COHESION = 2.0;
+    const Compnent& c = charz_.comps[i];
+    if (cell_.temperature.value > GAS * c.tc) return false;
+    double others = 0.0, bips = 0.0, pressures = 0.0;
+    for (std::size_t j = 0; j < n_; ++j) {
+        if (j == i) continue;
+        others += phase.comps[j];
+        pressures += phase.comps[j] * charz_.comps[j].pc;
+        if (charz_.has_bips()) bips += phase.comps[j] * charz_.bip(i, j);
+    }
+    return bips > UNLIKE_BIP * others || c.pc * others > UNLIKE_COHESION * pressures;
+}
+
 /// A trial made of one component for the most: that whose pure phase lies lowest over the tangent
-/// plane at x. The rest is the ideal mixture in equilibrium with x, ln t_i = ln x_i + ln phi_i(x) -
-/// ln phi_i(pure i). It finds a liquid rich in one component, of which the ends of the tie-line
-/// give no hint, such as one of CO2 between a vapor and an oil.
-void EOSolver::pure_component_estimate(const PhaseState& x, PhaseState& trial,
-                                       std::span<double> w) {
+/// plane at x, ln t_i = ln x_i + ln phi_i(x) - ln phi_i(pure i). The rest is like x. It finds a
+/// liquid of which neither volatilities nor the ends of the tie-line give a hint, such as one of
+/// CO2 between a vapor and an oil. Candidates are all components, or those unlike the others. False
+/// if no pure phase comes near the plane.
+bool EOSolver::pure_component_estimate(const PhaseState& x, PhaseState& trial, std::span<double> w,
+                                       bool all) {
     constexpr double SHARE = 0.95;
+    constexpr double NEAR = 0.2;  // of exp(-distance of the pure phase)
     const WorkStack::Frame frame(store_->work);
     const std::span<double> pure_ln_phi = store_->work.take(n_);
     std::fill_n(trial.comps, n_, 0.0);
     PhaseState pure = trial;
     pure.ln_phi = pure_ln_phi.data();
     std::size_t chosen = 0;
-    double total = 0.0, largest = 0.0;
+    double largest = 0.0;
     for (std::size_t i = 0; i < n_; ++i) {
+        if (x.comps[i] <= TINY_AMOUNT || !(all || is_unlike(i, x))) continue;
         trial.comps[i] = 1.0;
         evaluate(pure, 0);
         trial.comps[i] = 0.0;
-        w[i] = x.ln_phi[i] - pure_ln_phi[i];
-        const double t = x.comps[i] * std::exp(w[i]);
-        total += t;
+        const double t = x.comps[i] * std::exp(x.ln_phi[i] - pure_ln_phi[i]);
         if (t > largest) {
             largest = t;
             chosen = i;
         }
     }
-    const double rest = total - largest;
-    if (rest > 0.0) w[chosen] += std::log(std::max(1.0, SHARE / (1.0 - SHARE) * rest / largest));
+    if (!(largest > NEAR)) return false;
+    std::ranges::fill(w, 0.0);
+    const double share = x.comps[chosen];
+    w[chosen] = std::log(std::max(1.0, SHARE / (1.0 - SHARE) * (1.0 - share) / share));
+    return true;
 }
 
 int EOSolver::third_phase_test(const PhaseState& x, const PhaseState& y,
@@ -434,9 +479,9 @@ int EOSolver::third_phase_test(const PhaseState& x, const PhaseState& y,
         flags &= ~2;
     }
     if (!found && (flags & 8)) {
-        pure_component_estimate(x, trial, w);
         trial.root = -1;
-        found = test(x, y, ln_k, trial, w, g, swap_allowed) && g < 0.0;
+        found = pure_component_estimate(x, trial, w, true) &&
+                test(x, y, ln_k, trial, w, g, swap_allowed) && g < 0.0;
         flags &= ~8;
     }
     if (!found) return 0;
