@@ -4,7 +4,6 @@
 #include <cassert>
 #include <cmath>
 #include <limits>
-#include <sstream>
 
 #include "fluid/Charzation.h"
 #include "input/Keyword.h"
