@@ -84,11 +84,11 @@ public:
           n_(fluid.n()),
           a_(n_ * n_),
           b_(n_) {
-        const Real R = 8314.472L;
+        const Real R = Real(8314.472L);
         // Omega a and b from the critical conditions of each equation.
         const Real cube = std::cbrt(Real(2));
-        const Real omega_a = peng_robinson_ ? 0.457235528921382145L : 1 / (9 * (cube - 1));
-        const Real omega_b = peng_robinson_ ? 0.0777960739038884598L : (cube - 1) / 3;
+        const Real omega_a = peng_robinson_ ? Real(0.457235528921382145L) : 1 / (9 * (cube - 1));
+        const Real omega_b = peng_robinson_ ? Real(0.0777960739038884598L) : (cube - 1) / 3;
         std::vector<Real> a(n_);
         for (std::size_t i = 0; i < n_; ++i) {
             const Component& c = fluid.components[i];
@@ -135,11 +135,13 @@ public:
     std::size_t n() const { return n_; }
 
 private:
-    Real slope(Real omega) const {
-        if (!peng_robinson_) return 0.48L + 1.574L * omega - 0.176L * omega * omega;
-        if (omega <= Real(0.49)) return 0.37464L + 1.54226L * omega - 0.26992L * omega * omega;
-        return 0.379642L + 1.48503L * omega - 0.164423L * omega * omega +
-               0.016666L * omega * omega * omega;
+    Real slope(double acentric) const {
+        const long double w = acentric;
+        long double m = 0.37464L + 1.54226L * w - 0.26992L * w * w;
+        if (acentric > 0.49)
+            m = 0.379642L + 1.48503L * w - 0.164423L * w * w + 0.016666L * w * w * w;
+        if (!peng_robinson_) m = 0.48L + 1.574L * w - 0.176L * w * w;
+        return static_cast<Real>(m);
     }
 
     /// Lowest and highest root above B.
