@@ -19,7 +19,7 @@ Charzation bench_fluid(std::size_t n) {
     for (std::size_t i = 0; i < n; ++i) {
         const double f = static_cast<double>(i) / static_cast<double>(n - 1);
         Compnent component;
-        component.name = UserWord("X" + std::to_string(i));
+        component.name = UserWord(std::string("X").append(std::to_string(i)));
         component.mw = 16.0 + 300.0 * f;
         component.tc = 190.0 + 580.0 * f;
         component.pc = 4.6e6 - 3.2e6 * f;

@@ -15,7 +15,7 @@ Charzation blank_targets(std::size_t n) {
     Charzation target("lumped");
     for (std::size_t i = 0; i < n; ++i) {
         target.comps.emplace_back();
-        target.comps.back().name = UserWord("L" + std::to_string(i));
+        target.comps.back().name = UserWord(std::string("L").append(std::to_string(i)));
     }
     return target;
 }

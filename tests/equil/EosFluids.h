@@ -35,9 +35,9 @@ inline Charzation make_fluid(std::size_t n) {
     Charzation charz("Test");
     for (std::size_t i = 0; i < n; ++i) {
         const double f = n > 1 ? static_cast<double>(i) / static_cast<double>(n - 1) : 0.3;
-        charz.comps.push_back(make_component("X" + std::to_string(i), 16.0 + 300.0 * f,
-                                             190.0 + 580.0 * f, 4.6e6 - 3.2e6 * f, 0.01 + 0.9 * f,
-                                             -0.15 + 0.3 * f, 1.05 - 0.1 * f, 0.97 + 0.06 * f));
+        charz.comps.push_back(make_component(
+            std::string("X").append(std::to_string(i)), 16.0 + 300.0 * f, 190.0 + 580.0 * f,
+            4.6e6 - 3.2e6 * f, 0.01 + 0.9 * f, -0.15 + 0.3 * f, 1.05 - 0.1 * f, 0.97 + 0.06 * f));
     }
     if (n < 2) return charz;
     charz.bips.assign(n * n, 0.0);
