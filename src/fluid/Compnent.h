@@ -65,6 +65,11 @@ struct Compnent : DistCut {
     /// Acentric factor from boiling point or the reverse; translation from gravity or the reverse.
     virtual void fit_to_eos(const EOS& eos, ErrorList& errors);
     virtual void reconcile_volumes(const Compnent& column_row);
+
+private:
+    void refit(const EOS& eos, const Compnent& column_row, ErrorList& errors);
+    void fit_vapor_pressure(const EOS& eos, ErrorList& errors);
+    void fit_density(const EOS& eos, bool need_vt);
 };
 
 /// The column definitions of component tables, in their fixed order. They live for the run.

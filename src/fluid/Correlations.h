@@ -33,7 +33,7 @@ CorrelationState& correlation_state();
 class TwuProps {
 public:
     /// Each returns false, leaving its outputs unset, where the correlation has no answer.
-    bool set_tb(double tb_kelvin);   ///< resets everything when it changes
+    bool set_tb(double tb_kelvin);  ///< resets everything when it changes
     bool set_sg(double sg);          ///< <= 0 asks for the normal paraffin
     bool set_tb_sg(double tb_kelvin, double sg);
     bool set_ln_mw(double ln_mw);    ///< <= 0 asks for the normal paraffin
@@ -57,6 +57,7 @@ private:
     void reset();
     void reset_gravity();
     void paraffin();
+    bool set_theta(double theta);
 
     // English units as in the publication.
     double tb_ = UNSET;           ///< R

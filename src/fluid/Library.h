@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <span>
 #include <string>
 
 #include "fluid/Compnent.h"
@@ -17,6 +19,8 @@ struct LibraryEntry {
     double ref_temp;         ///< K
     double parachor;
 };
+
+inline constexpr std::size_t LIBRARY_SIZE = 88;
 
 /// All entries, by boiling point.
 std::span<const LibraryEntry> library_entries();

@@ -1,0 +1,202 @@
+// Fits of one component to the equation of state: acentric factor or boiling point from each
+// other through the vapor pressure, volume translation or gravity through the liquid density.
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "equil/EOS.h"
+#include "fluid/Charzation.h"
+#include "fluid/Compnent.h"
+#include "input/Units.h"
+
+namespace kestrane {
+
+namespace {
+
+constexpr int ITERATION_LIMIT = 50;
+constexpr double TOLERANCE = 96.0 * NUM_EPS;  ///< on ln of a vapor pressure
+constexpr double LARGEST = std::numeric_limits<double>::max();
+constexpr double LOWEST_GIVEN = -9.0;
+constexpr double LARGEST_TRANSLATION = 1.0;
+constexpr double LARGEST_FITTED_TRANSLATION = 0.99999;
+
+/// Z-factors of the liquid: with the component's own translation, and with a translation of 1.
+struct LiquidZ {
+    double own = UNSET;
+    double at_one = UNSET;
+    double P = 0.0;  ///< Pa, where they hold
+};
+
+/// One component alone, under the equation.
+class PureFluid {
+public:
+    PureFluid(const EOS& eos, const Compnent& component) : eos_(eos) {
+        charz_.add_component(component);
+    }
+    Compnent& component() { return charz_.comps.front(); }
+
+    /// Vapor pressure (Pa) at T; not finite if the equation computes nothing.
+    double vapor_pressure(double T) {
+        return prepare(T) ? eos_.vapor_pressure(*record_) : std::nan("");
+    }
+    /// ln of the vapor pressure over one atmosphere.
+    double excess(double T) { return std::log(vapor_pressure(T) / ATMOSPHERE); }
+
+    /// Liquid at T and P, or at the vapor pressure if it boils there.
+    LiquidZ liquid(double T, double P) {
+        LiquidZ z;
+        z.P = P;
+        if (!prepare(T)) return z;
+        int root = 0, root_class = 0;
+        eos_.set_pressure(*record_, P);
+        eos_.solve_z(*record_, root, root_class);
+        if (root > 0) {
+            z.P = eos_.vapor_pressure(*record_);
+            eos_.set_pressure(*record_, z.P);
+        }
+        root = -1;
+        eos_.solve_z(*record_, root, root_class);
+        double high = 0.0;
+        z.own = eos_.z_factor(*record_);
+        eos_.raw_roots(*record_, z.at_one, high);
+        return z;
+    }
+
+private:
+    /// A record at T. Every trial changes the component, so none is kept.
+    bool prepare(double T) {
+        const PtrTo<EOS_T_Parms> t_parms = eos_.make_T_Parms(charz_, T);
+        if (!t_parms) return false;
+        record_ = eos_.make_C_Parms(t_parms, nullptr);
+        if (!record_) return false;
+        const double one = 1.0;
+        eos_.set_composition(*record_, {&one, 1});
+        return true;
+    }
+
+    const EOS& eos_;
+    Charzation charz_;
+    PtrTo<EOS_C_Parms> record_;
+};
+
+/// The acentric factor w at which the fluid boils at `tb`, by a bracketed secant. The vapor
+/// pressure falls as w rises. Returns whether it was met within TOLERANCE.
+bool fit_acentric(PureFluid& fluid, double tb, double& w) {
+    double w_last = 0.0, e_last = 0.0, e = 0.0;
+    double lo = -LARGEST, hi = LARGEST, e_lo = LARGEST, e_hi = LARGEST;
+    w = 0.0;
+    for (int i = 0; i < ITERATION_LIMIT; ++i) {
+        fluid.component().acentric = w;
+        e = fluid.excess(tb);
+        if (!std::isfinite(e)) {
+            w = 0.0;
+            return false;
+        }
+        if (std::abs(e) <= TOLERANCE) return true;
+        (e <= 0.0 ? hi : lo) = w;
+        (e <= 0.0 ? e_hi : e_lo) = std::abs(e);
+        const double slope =
+            w == w_last ? -1000.0 * std::abs(e) : (e - e_last) / (w - w_last);
+        if (std::abs(slope) <= TOLERANCE) {
+            w = w_last;
+            break;
+        }
+        w_last = w;
+        w -= e / slope;
+        if (!(w > lo && w < hi)) {
+            if (hi - lo < 5e-07) {
+                w = e_lo < e_hi ? lo - 1e-05 : hi + 1e-05;
+                break;
+            }
+            w = (lo + hi) / 2.0;
+        }
+        e_last = e;
+    }
+    return std::abs(e) <= TOLERANCE;
+}
+
+/// The temperature at which the vapor pressure is one atmosphere, by a bracketed secant in ln T.
+bool fit_boiling_point(PureFluid& fluid, double tc, double& T) {
+    double T_last = tc, e_last = 0.0, e = 0.0;
+    double lo = -LARGEST, hi = LARGEST;
+    T = tc;
+    for (int i = 0; i < ITERATION_LIMIT; ++i) {
+        e = fluid.excess(T);
+        if (std::abs(e) <= TOLERANCE) return true;
+        (e <= 0.0 ? lo : hi) = T;
+        const double g = std::log(T / T_last);
+        const double slope = g == 0.0 ? 1000.0 * std::abs(e) : (e - e_last) / g;
+        T_last = T;
+        T *= std::exp(-std::clamp(e / slope, -0.5, 0.5));
+        if (!(T > lo && T < hi)) {
+            T = std::sqrt(lo) * std::sqrt(hi);
+            if (T == T_last || !std::isfinite(T)) {
+                T = T_last;
+                break;
+            }
+        }
+        e_last = e;
+    }
+    return std::abs(e) <= TOLERANCE;
+}
+
+}  // namespace
+
+void Compnent::fit_to_eos(const EOS& eos, ErrorList& errors) {
+    if (!(tc > 0.0 && pc > 0.0)) return;
+    fit_vapor_pressure(eos, errors);
+    const bool need_vt =
+        (vol_shift <= LOWEST_GIVEN || vol_shift >= LARGEST_TRANSLATION) && sg > 0.0;
+    const bool need_sg =
+        vol_shift > LOWEST_GIVEN && vol_shift < LARGEST_TRANSLATION && sg <= 0.0;
+    if (mw > 0.0 && acentric > LOWEST_GIVEN && (need_vt || need_sg)) fit_density(eos, need_vt);
+}
+
+void Compnent::fit_vapor_pressure(const EOS& eos, ErrorList& errors) {
+    PureFluid fluid(eos, *this);
+    bool need_af = acentric <= LOWEST_GIVEN && tb > 0.0;
+    bool need_tb = acentric > LOWEST_GIVEN && tb <= 0.0;
+    if (need_af && (tb - tc) * (ATMOSPHERE - pc) <= 0.0) {
+        errors.Fail("The boiling point of \"" + name.text() +
+                    "\" was inconsistent with its critical properties");
+        acentric = 0.0;
+        tb = 0.0;
+        need_af = false;
+        need_tb = true;
+    }
+    if (need_af) need_tb = !fit_acentric(fluid, tb, acentric);
+    if (!need_tb) return;
+    fluid.component().acentric = acentric;
+    if (!fit_boiling_point(fluid, tc, tb))
+        errors.Warn("The boiling point of \"" + name.text() +
+                    "\" could not be found with certainty");
+}
+
+/// Density is Q/Z with Q = mw P/(R T). The gravity kept refers to standard conditions.
+void Compnent::fit_density(const EOS& eos, bool need_vt) {
+    const StandardConditions& standard = standard_conditions();
+    const double Ts = standard.temperature.value;
+    const double Ps = standard.pressure.value;
+    PureFluid fluid(eos, *this);
+    const auto gravity_times_z = [&](double T, const LiquidZ& z) {
+        return mw * z.P / (T * GAS_CONSTANT) / WATER_DENSITY;
+    };
+    const double T = need_vt && ref_temp > 0.0 ? ref_temp : Ts;
+    const double P = need_vt && ref_pres >= 0.0 ? ref_pres : Ps;
+    if (need_vt) {
+        fluid.component().vol_shift = 0.0;
+        const LiquidZ z = fluid.liquid(T, P);
+        if (z.own == UNSET) return;
+        vol_shift = (gravity_times_z(T, z) / sg - z.own) / (z.at_one - z.own);
+        if (vol_shift >= LARGEST_TRANSLATION) vol_shift = LARGEST_FITTED_TRANSLATION;
+        if (T == Ts && P == Ps) return;
+        fluid.component().vol_shift = vol_shift;
+        ref_temp = Ts;
+        ref_pres = Ps;
+    }
+    const LiquidZ z = fluid.liquid(Ts, Ps);
+    if (z.own != UNSET) sg = gravity_times_z(Ts, z) / z.own;
+}
+
+}  // namespace kestrane
