@@ -211,7 +211,9 @@ inline Fluid paraffins(std::size_t n) {
     fluid.name = std::to_string(n) + " paraffins";
     for (std::size_t i = 0; i < n; ++i) {
         const double c = static_cast<double>(i + 1);
-        fluid.components.push_back({"P" + std::to_string(i + 1), 14.027 * c + 2.016,
+        std::string label = "P";
+        label += std::to_string(i + 1);
+        fluid.components.push_back({label, 14.027 * c + 2.016,
                                     1050.0 * (1.0 - 0.82 * std::exp(-0.083 * (c - 1.0))),
                                     46.0e5 * std::exp(-0.075 * (c - 1.0)) + 0.8e5,
                                     0.011 + 0.0475 * (c - 1.0) - 0.00025 * (c - 1.0) * (c - 1.0)});
