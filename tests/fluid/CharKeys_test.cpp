@@ -174,6 +174,20 @@ TEST(CharKeys, BipHeadOfUnknownComponentIsAnError) {
     EXPECT_EQ(run.charz().bip(1, 2), UNSET);
 }
 
+TEST(CharKeys, BipTablesMayFollowEachOther) {
+    CharzScript run(std::string("CHAR Oil\n") + TABLE +
+                    "BIPS      L1\n"
+                    "M5        0.01\n"
+                    "BIPS      M5        L1\n"
+                    "H9        0.02      0.05\n"
+                    "M5                  0.04\n"
+                    "END\n");
+    EXPECT_EQ(run.counts.errors, 0) << run.report();
+    EXPECT_EQ(run.charz().bip(0, 1), 0.04);
+    EXPECT_EQ(run.charz().bip(1, 2), 0.02);
+    EXPECT_EQ(run.charz().bip(0, 2), 0.05);
+}
+
 TEST(CharKeys, BipRowWithoutAValueEndsTheTable) {
     CharzScript run(std::string("CHAR Oil\n") + TABLE +
                         "BIPS      L1        M5        H9\n"
@@ -201,6 +215,22 @@ TEST(CharKeys, StagesRunInOrder) {
     EXPECT_LT(update, title);
     EXPECT_EQ(run.times("UPDATE"), 2);
     EXPECT_EQ(run.counts.errors, 0);
+}
+
+// A boiling point above the critical temperature cannot go with a critical pressure above 1 atm.
+TEST(CharKeys, DoubtsOfCompletionAreReportedWithTheirPlace) {
+    CharzScript run(
+        "  CHAR Oil\n"
+        "NAME     MW        TB(K)     TC(K)     PC(bar)   AF\n"
+        "X1       72.0      480.0     470.0     33.0\n"
+        "END\n");
+    EXPECT_FALSE(run.fatal);
+    EXPECT_EQ(run.counts.errors, 1) << run.report();
+    EXPECT_TRUE(run.prints("ERROR: Problem for characterization completion  #"));
+    EXPECT_TRUE(run.prints("Problem for keyword \"CHAR\" (line 1, column 3, standard input).\n"));
+    EXPECT_TRUE(
+        run.prints("The boiling point of \"X1\" was inconsistent with its critical properties.\n"));
+    EXPECT_EQ(run.component("X1").acentric, 0.0);
 }
 
 TEST(CharKeys, GlobalKeywordsWorkInsideTheBlock) {
