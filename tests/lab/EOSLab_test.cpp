@@ -8,7 +8,7 @@ TEST(EOSLab, NothingIsCalculatedAfterAnErrorInTheScript) {
     EXPECT_TRUE(run.stopped);
     EXPECT_EQ(run.counts.errors, 1);
     EXPECT_FALSE(run.reports("Flash Calculation"));
-    EXPECT_TRUE(run.reports("Keyword \"GRUMBLE\" not recognized in current context."));
+    EXPECT_TRUE(run.reports("Keyword \"GRUMBLE\" not recognized in current context"));
     EXPECT_TRUE(run.reports("at column 1 of line 9"));
 }
 

@@ -105,7 +105,7 @@ TEST(MixCmd, EmptyOrNumericalNamesAreRefused) {
         LabRun run(LIGHT_FLUID + script);
         EXPECT_TRUE(run.stopped) << script;
         EXPECT_TRUE(run.reports("Mixture names cannot appear empty or numerical.")) << script;
-        EXPECT_TRUE(run.reports("cannot be defined.")) << script;
+        EXPECT_TRUE(run.reports("cannot be defined")) << script;
         EXPECT_EQ(run.counts.errors, 1) << script << run.report();
     }
 }
@@ -148,8 +148,8 @@ TEST(MixCmd, PrintsATableUnlessQuiet) {
     EXPECT_TRUE(
         loud.reports("Component         Moles       Mole Fracs        Mass        Mass Fracs\n"
                      "----------     ----------     ----------     ----------     ----------\n"
-                     "C1               1.000000       0.250000      16.043000       0.108166\n"
-                     "C3               3.000000       0.750000     132.291000       0.891834\n"
+                     "C1               1.000000       0.250000      16.043000       0.108155\n"
+                     "C3               3.000000       0.750000     132.291000       0.891845\n"
                      "Totals:          4.000000       1.000000     148.334000       1.000000\n"))
         << loud.report();
     for (const char* word : {"QMIX", "QIX"}) {

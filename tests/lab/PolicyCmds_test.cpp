@@ -76,7 +76,7 @@ TEST(PolicyCmds, AnUnknownWordIsReportedAtItsPlace) {
         LabRun run(std::string(keyword) + " PERHAPS\n");
         EXPECT_TRUE(run.stopped);
         EXPECT_EQ(run.counts.errors, 1);
-        EXPECT_TRUE(run.reports("Keyword \"PERHAPS\" not recognized in current context."));
+        EXPECT_TRUE(run.reports("Keyword \"PERHAPS\" not recognized in current context"));
         EXPECT_TRUE(run.reports("column 7 of line 1"));
     }
 }

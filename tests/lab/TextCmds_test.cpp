@@ -24,7 +24,7 @@ TEST(TextCmds, InsideATitleAnotherOneIsASubtitle) {
 TEST(TextCmds, UnquotedTextEndsAtABlank) {
     LabRun run("TITLE One Two\n");
     EXPECT_TRUE(run.stopped);
-    EXPECT_TRUE(run.reports("Keyword \"Two\" not recognized in current context."));
+    EXPECT_TRUE(run.reports("Keyword \"Two\" not recognized in current context"));
 }
 
 TEST(TextCmds, NotesThatFollowEachOtherShareABox) {

@@ -106,7 +106,7 @@ TEST_F(CommandLine, AReportNamedLikeTheScriptLeavesTheScriptAlone) {
 TEST_F(CommandLine, AScriptWithErrorsStopsBeforeCalculating) {
     const ProgramRun result = run({}, "GRUMBLE\nTITLE Later\n");
     EXPECT_EQ(result.exit_status, 1);
-    EXPECT_TRUE(holds(result.output, "Keyword \"GRUMBLE\" not recognized in current context."));
+    EXPECT_TRUE(holds(result.output, "Keyword \"GRUMBLE\" not recognized in current context"));
     EXPECT_TRUE(holds(result.output, "Execution terminating due to excessive errors"));
     EXPECT_FALSE(holds(result.output, "Later\n====="));
 }
@@ -153,7 +153,7 @@ TEST_F(CommandLine, BinaryBytesEndInAReport) {
 TEST_F(CommandLine, ALineOfAMegabyte) {
     const ProgramRun word = run({}, std::string(1 << 20, 'A') + "\n");
     EXPECT_EQ(word.exit_status, 1);
-    EXPECT_TRUE(holds(word.output, "not recognized in current context."));
+    EXPECT_TRUE(holds(word.output, "not recognized in current context"));
     std::string numbers = "MIX A";
     while (numbers.size() < (1u << 20)) numbers += " 1";
     const ProgramRun list = run({}, numbers);
