@@ -213,6 +213,8 @@ void EOSolver::wilson() {
     const double stretch = std::clamp(spread, 10.0, 50.0) / spread;
     if (stretch != 1.0)
         for (double& w_i : w) w_i *= stretch;
+    // Stretched, the ln K of an absent component might leave the range of numbers.
+    for (double& w_i : w) w_i = std::clamp(w_i, low * stretch, high * stretch);
 }
 
 /// What shows two roots of the cubic makes a further phase suspect.
