@@ -154,6 +154,10 @@ A_2P_EOS::C_Parms::C_Parms(PtrTo<const EOS_T_Parms> record, ErrorList* error_lis
 
 void A_2P_EOS::C_Parms::bind(PtrTo<const EOS_T_Parms> record) {
     t_parms.swap(record);
+    // Roots warm-start the cubic within a calculation. A record taken up again starts cold, so
+    // that the same calculation gives the same digits.
+    z_low = z_high = z_sel = 1.0;
+    dzi_low = dzi_high = dzi_sel = 0.0;
     if (!t_parms) return;
     charz = t_parms->charz;
     s.resize(temperature().stride, 0.0);
