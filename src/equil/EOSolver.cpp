@@ -92,6 +92,8 @@ void EOSolver::bind_phases() {
     x_ = cell_.x_state;
     y_ = cell_.y_state;
     feed_.fraction = 1.0;
+    // A cell that has not been used yet has both fractions 1.
+    if (!(std::abs(x_.fraction + y_.fraction - 1.0) <= E96)) y_.fraction = 1.0 - x_.fraction;
     feed_.comps = cell_.feed_fractions.data();
     feed_.ln_phi = store_->array(0).data();
     x_.comps = store_->array(1).data();
@@ -113,6 +115,7 @@ bool EOSolver::set_conditions() {
             record = eos_.make_C_Parms(t_parms_, &errors_);
         if (record) {
             record->errors = &errors_;
+            forget_roots(*record);
             eos_.set_pressure(*record, cell_.pressure.value);
         }
         phase.c_parms = record;
@@ -120,6 +123,14 @@ bool EOSolver::set_conditions() {
     };
     return set(store_->feed, feed_) && set(store_->x, x_) && set(store_->y, y_) &&
            set(store_->trial, trial_);
+}
+
+/// Roots are first guesses of the next ones. Those of an earlier calculation would show in the last
+/// digits of this one; at zero pressure they are 1.
+void EOSolver::forget_roots(EOS_C_Parms& record) const {
+    int root = 0, root_class = 0;
+    eos_.set_pressure(record, 0.0);
+    eos_.solve_z(record, root, root_class);
 }
 
 std::span<double> EOSolver::ln_k() {

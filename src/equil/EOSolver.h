@@ -133,6 +133,7 @@ private:
 
     void bind_store();
     void bind_phases();
+    void forget_roots(EOS_C_Parms& record) const;
     std::span<double> ln_k();
     std::span<double> k();
     std::span<const double> z() const;

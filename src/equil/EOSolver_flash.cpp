@@ -246,7 +246,7 @@ void EOSolver::split_at_given_k() {
     const int evaluations = rachford_rice(rr, 0.0, NUM_EPS, false);
     if (evaluations < 0)
         errors_.Warn("Rachford-Rice convergence failed during phase split calculations");
-    if (!rr.in_range) {
+    if (!rr.in_range || !(rr.trivial || std::isfinite(rr.slope))) {
         publish(false);
     } else if (!rr.trivial) {
         x_.fraction = rr.L;
