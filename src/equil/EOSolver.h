@@ -26,6 +26,14 @@ struct SolverStore {
     std::span<double> array(std::size_t index) { return std::span(arrays).subspan(index * n, n); }
 };
 
+/// Trial phases of the stability tests; bits of the flags that say which are still due.
+enum Trial : int {
+    TRIAL_VAPOR = 1,    ///< from Wilson's K, lighter than the lightest phase
+    TRIAL_LIQUID = 2,   ///< from Wilson's K, heavier than the heaviest phase
+    TRIAL_BETWEEN = 4,  ///< part of the way along a tie-line
+    TRIAL_PURE = 8,     ///< made of one component for the most
+};
+
 /// A stationary point of the tangent plane distance of the feed.
 struct StationaryPoint {
     std::span<double> ln_k;  ///< n: ln of trial composition over feed
@@ -43,9 +51,8 @@ struct StationaryList {
     void clear();
 
     static constexpr std::size_t CAPACITY = 4;
-    static constexpr int ALL_TRIALS = 7;
-    /// Trials still due: 1 vapor-like, 2 liquid-like, 4 rich in one component.
-    int flags = ALL_TRIALS;
+    static constexpr int ALL_TRIALS = TRIAL_VAPOR | TRIAL_LIQUID | TRIAL_PURE;
+    int flags = ALL_TRIALS;  ///< trials still due
     std::size_t count = 0;
     std::size_t nonnegative = 0;  ///< entries with g >= 0
     std::array<StationaryPoint, CAPACITY> points;
@@ -106,8 +113,8 @@ public:
     /// Next stationary point of the feed, the lowest first; its ln K go to the cell.
     bool next_stationary_point(StationaryList& list, double& g);
     /// 0 if no trial makes the tie-line unstable; otherwise 1 for a trial lighter than both phases,
-    /// 2 for one between them, 3 for one heavier than both. Bits of `flags` (1 vapor-like,
-    /// 4 between, 2 liquid-like, 8 pure component) are cleared as their trials are made.
+    /// 2 for one between them, 3 for one heavier than both. Bits of `flags` (Trial) are cleared as
+    /// their trials are made.
     int third_phase_test(const PhaseState& x, const PhaseState& y, std::span<const double> ln_k,
                          PhaseState& trial, std::span<double> w, int& flags, bool swap_allowed);
     /// Writes phases and K-values into the cell after a flash.
@@ -176,8 +183,11 @@ private:
     void too_many_points(const StationaryList& list);
     void pure_component_pass(StationaryList& list);
     bool is_unlike(std::size_t i, const PhaseState& phase) const;
-    bool pure_component_estimate(const PhaseState& x, PhaseState& trial, std::span<double> w,
-                                 bool all);
+    bool pure_component_test(const PhaseState& x, const PhaseState& y, std::span<const double> ln_k,
+                             PhaseState& trial, std::span<double> w, double& g, bool swap_allowed,
+                             bool all);
+    void pure_phase_nearness(const PhaseState& x, PhaseState& trial, std::span<double> nearness,
+                             bool all);
 
     // flash
     void flash_driver();

@@ -11,10 +11,9 @@ namespace kestrane {
 
 namespace {
 
-/// Bits of the third-phase trials: vapor-like, liquid-like, between, and the one that tests only
-/// make on request, from the pure components.
-constexpr int USUAL_TRIALS = 7;
-constexpr int ALL_TRIALS = 15;
+/// Third-phase trials made on suspicion, and those made on request.
+constexpr int USUAL_TRIALS = TRIAL_VAPOR | TRIAL_LIQUID | TRIAL_BETWEEN;
+constexpr int ALL_TRIALS = USUAL_TRIALS | TRIAL_PURE;
 /// Each better split found starts the trials anew and has lower energy; more would be round-off.
 constexpr int BETTER_SPLIT_LIMIT = 20;
 
@@ -150,9 +149,8 @@ int EOSolver::far_side_trials() const {
     for (std::size_t i = 0; i < n_; ++i)
         if (feed_.comps[i] > TINY_AMOUNT && is_unlike(i, feed_)) return StationaryList::ALL_TRIALS;
     const bool feed_is_heavier = (y_.fraction < 0.0) == eos_.is_lighter(*x_.c_parms, *y_.c_parms);
-    const int pure = 4;
-    if (feed_is_heavier) return 2 | pure;
-    return feed_.root > 0 ? pure : 1 | pure;
+    if (feed_is_heavier) return TRIAL_LIQUID | TRIAL_PURE;
+    return feed_.root > 0 ? TRIAL_PURE : TRIAL_VAPOR | TRIAL_PURE;
 }
 
 /// Looks for a phase that would make the two-phase result unstable, and for a better pair.

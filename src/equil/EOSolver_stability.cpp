@@ -17,7 +17,6 @@ constexpr int SUBSTITUTIONS_PER_CYCLE = 5;  ///< the last of them is an accelera
 constexpr double LARGEST_ACCELERATION = 1e6;
 constexpr double LARGEST_EXCESS = 1e9;  ///< of a step over the residual: 31 halvings
 constexpr double ENERGY_SLACK = 0.001;  ///< relative rise of the distance let pass
-constexpr int PURE_TRIAL = 4;           ///< flag of a StationaryList
 constexpr double SMALLEST_FRACTION = 1000.0 * DOUBLE_MIN;
 
 /// Places and difference of the extremes of w - offset.
@@ -344,7 +343,7 @@ bool EOSolver::next_stationary_point(StationaryList& list, double& g) {
     if (cell_.current_init == INIT_NEVER) return false;
     wilson();
     if (cell_.current_init == INIT_NEVER) return false;
-    if (feed_.root > 0) list.flags &= ~1;
+    if (feed_.root > 0) list.flags &= ~TRIAL_VAPOR;
     const bool vapor_first = cell_.temperature.value <= pseudo_critical_T_;
     for (const bool vapor_like : {vapor_first, !vapor_first}) {
         stationary_pass(list, vapor_like);
@@ -367,7 +366,7 @@ bool EOSolver::next_stationary_point(StationaryList& list, double& g) {
 
 /// One trial, vapor-like or liquid-like, if it is still due.
 void EOSolver::stationary_pass(StationaryList& list, bool vapor_like) {
-    const int flag = vapor_like ? 1 : 2;
+    const int flag = vapor_like ? TRIAL_VAPOR : TRIAL_LIQUID;
     if (!(list.flags & flag)) return;
     list.flags &= ~flag;
     const WorkStack::Frame frame(store_->work);
@@ -386,14 +385,13 @@ void EOSolver::stationary_pass(StationaryList& list, bool vapor_like) {
 /// A trial rich in one component, where one is unlike the others. It comes last, for feeds that the
 /// trials along the volatilities found stable: a second liquid may be of any volatility.
 void EOSolver::pure_component_pass(StationaryList& list) {
-    if (!(list.flags & PURE_TRIAL) || list.count == StationaryList::CAPACITY) return;
-    list.flags &= ~PURE_TRIAL;
+    if (!(list.flags & TRIAL_PURE) || list.count == StationaryList::CAPACITY) return;
+    list.flags &= ~TRIAL_PURE;
     const WorkStack::Frame frame(store_->work);
     const std::span<double> w = store_->work.take(n_);
-    if (!pure_component_estimate(feed_, trial_, w, false)) return;
-    trial_.root = -1;
+    const bool all = cell_.test1 > TEST_SUSPECTED;
     double g = 0.0;
-    if (test(feed_, feed_, {}, trial_, w, g, false)) list.append(w, g);
+    if (pure_component_test(feed_, feed_, {}, trial_, w, g, false, all)) list.append(w, g);
 }
 
 /// More stationary points than two phases can explain.
@@ -420,38 +418,49 @@ bool EOSolver::is_unlike(std::size_t i, const PhaseState& phase) const {
     return bips > UNLIKE_BIP * others || c.pc * others > UNLIKE_COHESION * pressures;
 }
 
-/// A trial made of one component for the most: that whose pure phase lies lowest over the tangent
-/// plane at x, ln t_i = ln x_i + ln phi_i(x) - ln phi_i(pure i). The rest is like x. It finds a
+/// Tests that start from trials made of one component for the most, the rest like x. They find a
 /// liquid of which neither volatilities nor the ends of the tie-line give a hint, such as one of
-/// CO2 between a vapor and an oil. Candidates are all components, or those unlike the others. False
-/// if no pure phase comes near the plane.
-bool EOSolver::pure_component_estimate(const PhaseState& x, PhaseState& trial, std::span<double> w,
-                                       bool all) {
+/// CO2 between a vapor and an oil. Trials are made in the order in which the pure phases lie over
+/// the tangent plane at x, as long as they are near it: `all` of them, or the lowest of those of
+/// components unlike the others. True if one is unstable; w and g are then its.
+bool EOSolver::pure_component_test(const PhaseState& x, const PhaseState& y,
+                                   std::span<const double> ln_k, PhaseState& trial,
+                                   std::span<double> w, double& g, bool swap_allowed, bool all) {
     constexpr double SHARE = 0.95;
     constexpr double NEAR = 0.2;  // of exp(-distance of the pure phase)
     const WorkStack::Frame frame(store_->work);
+    const std::span<double> nearness = store_->work.take(n_);
+    pure_phase_nearness(x, trial, nearness, all);
+    for (std::size_t trials = all ? n_ : 1; trials > 0; --trials) {
+        const auto best = std::ranges::max_element(nearness);
+        if (!(*best > NEAR)) return false;
+        *best = 0.0;
+        const auto i = static_cast<std::size_t>(best - nearness.begin());
+        const double share = x.comps[i];
+        std::ranges::fill(w, 0.0);
+        w[i] = std::log(std::max(1.0, SHARE / (1.0 - SHARE) * (1.0 - share) / share));
+        trial.root = -1;
+        if (test(x, y, ln_k, trial, w, g, swap_allowed) && g < 0.0) return true;
+    }
+    return false;
+}
+
+/// exp(-tangent distance) of the pure phases from x, f_i(x)/f_i(pure); 0 where no trial is wanted.
+void EOSolver::pure_phase_nearness(const PhaseState& x, PhaseState& trial,
+                                   std::span<double> nearness, bool all) {
+    const WorkStack::Frame frame(store_->work);
     const std::span<double> pure_ln_phi = store_->work.take(n_);
-    std::fill_n(trial.comps, n_, 0.0);
     PhaseState pure = trial;
     pure.ln_phi = pure_ln_phi.data();
-    std::size_t chosen = 0;
-    double largest = 0.0;
+    std::fill_n(pure.comps, n_, 0.0);
     for (std::size_t i = 0; i < n_; ++i) {
+        nearness[i] = 0.0;
         if (x.comps[i] <= TINY_AMOUNT || !(all || is_unlike(i, x))) continue;
-        trial.comps[i] = 1.0;
+        pure.comps[i] = 1.0;
         evaluate(pure, 0);
-        trial.comps[i] = 0.0;
-        const double t = x.comps[i] * std::exp(x.ln_phi[i] - pure_ln_phi[i]);
-        if (t > largest) {
-            largest = t;
-            chosen = i;
-        }
+        pure.comps[i] = 0.0;
+        nearness[i] = x.comps[i] * std::exp(x.ln_phi[i] - pure_ln_phi[i]);
     }
-    if (!(largest > NEAR)) return false;
-    std::ranges::fill(w, 0.0);
-    const double share = x.comps[chosen];
-    w[chosen] = std::log(std::max(1.0, SHARE / (1.0 - SHARE) * (1.0 - share) / share));
-    return true;
 }
 
 int EOSolver::third_phase_test(const PhaseState& x, const PhaseState& y,
@@ -462,27 +471,25 @@ int EOSolver::third_phase_test(const PhaseState& x, const PhaseState& y,
     const std::span<const double> estimate = wilson_ln_k();
     double g = 0.0;
     bool found = false;
-    if ((flags & 1) && x.root < 1 && y.root < 1) {
+    if ((flags & TRIAL_VAPOR) && x.root < 1 && y.root < 1) {
         for (std::size_t i = 0; i < n_; ++i) w[i] = estimate[i] + (x_heavier ? ln_k[i] : 0.0);
         trial.root = 1;
         found = test(x, y, ln_k, trial, w, g, swap_allowed) && g < 0.0;
     }
-    flags &= ~1;
-    if (!found && (flags & 4)) {
+    flags &= ~TRIAL_VAPOR;
+    if (!found && (flags & TRIAL_BETWEEN)) {
         found = test_from_fraction(x, y, trial, ln_k, w, g, swap_allowed) && g < 0.0;
-        flags &= ~4;
+        flags &= ~TRIAL_BETWEEN;
     }
-    if (!found && (flags & 2)) {
+    if (!found && (flags & TRIAL_LIQUID)) {
         for (std::size_t i = 0; i < n_; ++i) w[i] = (x_heavier ? 0.0 : ln_k[i]) - estimate[i];
         trial.root = -1;
         found = test(x, y, ln_k, trial, w, g, swap_allowed) && g < 0.0;
-        flags &= ~2;
+        flags &= ~TRIAL_LIQUID;
     }
-    if (!found && (flags & 8)) {
-        trial.root = -1;
-        found = pure_component_estimate(x, trial, w, true) &&
-                test(x, y, ln_k, trial, w, g, swap_allowed) && g < 0.0;
-        flags &= ~8;
+    if (!found && (flags & TRIAL_PURE)) {
+        found = pure_component_test(x, y, ln_k, trial, w, g, swap_allowed, true);
+        flags &= ~TRIAL_PURE;
     }
     if (!found) return 0;
     return 1 + (eos_.is_lighter(*trial.c_parms, *y.c_parms) ? 1 : 0) +

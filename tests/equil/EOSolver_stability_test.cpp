@@ -138,7 +138,7 @@ TEST(EOSolver_stability, VaporLikeFeedTestsALiquidOnly) {
                       solver_statistics().trivial_tests.calls +
                       solver_statistics().unstable_tests.calls - before;
     EXPECT_EQ(tests, 1);
-    EXPECT_EQ(list.flags & 3, 0);
+    EXPECT_EQ(list.flags & (TRIAL_VAPOR | TRIAL_LIQUID), 0);
 }
 
 TEST(EOSolver_stability, PointsComeLowestFirstAndOnce) {
@@ -204,7 +204,7 @@ TEST(EOSolver_stability, TieLineIsStableAgainstItsOwnPhases) {
     ASSERT_TRUE(solver.split(G));
     const std::vector<double> ln_k = bench.cell.ln_k;
     std::vector<double> w(6);
-    int flags = 15;
+    int flags = TRIAL_VAPOR | TRIAL_LIQUID | TRIAL_BETWEEN | TRIAL_PURE;
     EXPECT_EQ(solver.third_phase_test(solver.x(), solver.y(), ln_k, solver.trial(), w, flags, true),
               0);
     EXPECT_EQ(flags, 0);
@@ -227,7 +227,7 @@ TEST(EOSolver_stability, ThirdPhaseLiesBelowTheTieLine) {
     ASSERT_TRUE(solver.split(G));
     const std::vector<double> ln_k = bench.cell.ln_k;
     std::vector<double> w(3);
-    int flags = 15;
+    int flags = TRIAL_VAPOR | TRIAL_LIQUID | TRIAL_BETWEEN | TRIAL_PURE;
     const int position =
         solver.third_phase_test(solver.x(), solver.y(), ln_k, solver.trial(), w, flags, true);
     EXPECT_EQ(position, 2);

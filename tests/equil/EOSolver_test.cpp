@@ -316,7 +316,7 @@ TEST(EOSolver, NothingIsAllocatedByTheStages) {
         bench.solver->split(G);
         ASSERT_TRUE(bench.solver->next_stationary_point(list, g));
         ASSERT_TRUE(bench.solver->split(G));
-        int flags = 15;
+        int flags = TRIAL_VAPOR | TRIAL_LIQUID | TRIAL_BETWEEN | TRIAL_PURE;
         const auto w = bench.solver->work().take(fluid.n());
         bench.solver->third_phase_test(bench.solver->x(), bench.solver->y(), bench.cell.ln_k,
                                        bench.solver->trial(), w, flags, true);
