@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <ostream>
 
 #include "scripts/ProgramRun.h"
 
@@ -28,6 +29,11 @@ void collect(const fs::path& directory, const std::string& extension, const fs::
         fs::path golden = golden_dir.empty() ? entry.path() : golden_dir / entry.path().filename();
         scripts.push_back({entry.path(), golden.replace_extension(".out")});
     }
+}
+
+/// What a test's listing shows of its script.
+void PrintTo(const Script& script, std::ostream* stream) {
+    *stream << script.input.filename().string();
 }
 
 /// Scripts of the tests lie beside their reports; reports of the examples lie in tests/scripts.
