@@ -91,7 +91,7 @@ struct EOSolver::SplitState {
     double& L() { return rr.L; }
     double& V() { return rr.V; }
     double VL() const { return rr.L * rr.V; }
-    /// Feeds the phase fraction's mask: true if the feed's share of i in Y exceeds that in X.
+    /// True if more of component i is in Y than in X.
     bool mostly_vapor(std::size_t i) const {
         return std::abs(rr.L * rr.x[i]) < std::abs(rr.V * rr.y[i]);
     }
@@ -474,8 +474,13 @@ void EOSolver::split_advance(SplitState& s) {
 bool EOSolver::split_end(SplitState& s, double& G) {
     SolverStatistics& statistics = solver_statistics();
     if (s.two_phase && !s.converged) {
-        errors_.Warn("K-value convergence failed during phase split calculations");
         ++s.counters[COUNT_FAILURES];
+        // Where no tie-line through the feed exists, the search for one outside the two-phase
+        // region wanders. One phase is the answer then, and a stability test will judge it.
+        if (s.negative && cell_.test1 > TEST_NEVER)
+            s.two_phase = false;
+        else
+            errors_.Warn("K-value convergence failed during phase split calculations");
     }
     s.counters[COUNT_ROUNDS] = s.round;
     (!s.two_phase ? statistics.trivial_splits

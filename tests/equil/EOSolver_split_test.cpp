@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numeric>
 
@@ -236,7 +237,28 @@ TEST(EOSolver_split, StaleKOfAnotherMixture) {
     EXPECT_NEAR(test.cell.y_state.fraction, V, 1e-9);
 }
 
-TEST(EOSolver_split, RootlessPoliciesNeverSplit) {
+TEST(EOSolver_split, SearchForATieLineThatDoesNotExistIsNoProblem) {
+    // Beside the stable pair of this three-phase state, the split of trial and vapor is negative
+    // and finds no tie-line in 200 rounds; that is no doubt about the result.
+    Fluid fluid = gas_condensate();
+    const auto named = [&fluid](const std::string& name) {
+        return *std::ranges::find(fluid.components, name, &Component::name);
+    };
+    fluid.components = {named("F4"), named("nC4"), named("F5")};
+    fluid.z = {0.21197390360101726, 0.60919858628867352, 0.1788275101103092};
+    fluid.kij = pairs(
+        3,
+        {{1, 0, 0.11846655784375038}, {2, 0, 0.14415325998806264}, {2, 1, 0.063467302118117186}});
+    TestCell test(fluid);
+    test.always_test();
+    test.cell.third_phase_severity = 0;
+    test.flash(303.94769448265316, 23063121.312804233);
+    EXPECT_TRUE(test.errors->empty());
+    EXPECT_GE(test.cell.phase_count, 2);
+    expect_equilibrium(test);
+}
+
+TEST(EOSolver_split, StartingPolicyMayForbidSplits) {
     TestCell test(comparative_project_oil());
     test.cell.init_policy = INIT_NEVER;
     test.flash(344.0, 60e5);
