@@ -97,7 +97,7 @@ public:
     PhaseState feed_state, x_state, y_state;
     std::vector<double> feed_fractions;
     std::vector<double> ln_k, k;
-    double amount = 1.0;  ///< moles of feed before normalization
+    double amount = 1.0;  ///< scaled as the feed is by every normalization
     int n = 0;
     int phase_count = 0;  ///< 0 one phase by a single root, 1 one phase by choice of root or
                           ///< negative flash, 2 two phases, 3 a third phase is due
