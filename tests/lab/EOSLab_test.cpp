@@ -38,42 +38,19 @@ TEST(EOSLab, EvaluationAllowsNineteenNewErrors) {
 }
 
 TEST(EOSLab, ASecondEvaluationRepeatsTheFirst) {
-    std::stringbuf input(LIGHT_FLUID +
-                         "MIX FEED C1 0.5 C3 0.5\nFLASH 250 K 10 bar\n"
-                         "INIT2 WILSON\nSTP 20 C\nGAUGE 2 bar\nFLASH\n");
-    std::stringbuf output;
-    InFile in(input);
-    OutFile out(output);
-    ErrorCounts counts;
-    Writer writer(counts, nullptr, &out);
-    Reader reader(writer, in);
-    EOSLab lab;
-    lab.runScript(reader);
-    const auto report_of = [&] {
-        output.str("");
-        lab.evaluate(reader, EvaluationMode::Final);
-        return output.str();
-    };
-    const std::string first = report_of();
+    LabRun run(LIGHT_FLUID +
+               "MIX FEED C1 0.5 C3 0.5\nFLASH 250 K 10 bar\n"
+               "INIT2 WILSON\nSTP 20 C\nGAUGE 2 bar\nFLASH\n");
+    const std::string first = run.evaluate(EvaluationMode::Final);
     EXPECT_NE(first.find("Flash Calculation 2"), std::string::npos);
-    EXPECT_EQ(first, report_of());
-    EXPECT_EQ(counts.errors, 0) << first;
+    EXPECT_EQ(first, run.evaluate(EvaluationMode::Final));
+    EXPECT_EQ(run.counts.errors, 0) << first;
 }
 
 TEST(EOSLab, JacobianEvaluationsPrintNothing) {
-    std::stringbuf input(LIGHT_FLUID + "MIX FEED C1 0.5 C3 0.5\nFLASH 250 K 10 bar\n");
-    std::stringbuf output;
-    InFile in(input);
-    OutFile out(output);
-    ErrorCounts counts;
-    Writer writer(counts, nullptr, &out);
-    Reader reader(writer, in);
-    EOSLab lab;
-    lab.runScript(reader);
-    output.str("");
-    lab.evaluate(reader, EvaluationMode::Jacobian);
-    EXPECT_EQ(output.str(), "");
-    EXPECT_EQ(lab.cell().phase_count, 2);
+    LabRun run(LIGHT_FLUID + "MIX FEED C1 0.5 C3 0.5\nFLASH 250 K 10 bar\n");
+    EXPECT_EQ(run.evaluate(EvaluationMode::Jacobian), "");
+    EXPECT_EQ(run.lab.cell().phase_count, 2);
 }
 
 TEST(EOSLab, StandardMixturesAreKnownByTheirStems) {

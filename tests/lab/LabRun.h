@@ -28,6 +28,14 @@ public:
         report_file_.flush();
     }
 
+    /// One more evaluation; what it reported alone.
+    std::string evaluate(EvaluationMode mode) {
+        report_.str("");
+        lab.evaluate(reader_, mode);
+        report_file_.flush();
+        return report_.str();
+    }
+
     std::string report() const { return report_.str(); }
     bool reports(const std::string& text) const { return report().find(text) != std::string::npos; }
     /// How many times the text stands in the report.
