@@ -120,9 +120,7 @@ private:
             reader_.Unread();
             return false;
         } else {
-            invalid(word);
-            item_ = Ingredient{};  // its number goes with it, on whichever side that stands
-            has_name_ = true;
+            take_unknown(word);
         }
         note_line();
         return true;
@@ -135,6 +133,17 @@ private:
         item_.component = component;
         has_name_ = true;
         first_item_ = false;
+    }
+
+    /// Its number goes with it, on whichever side that stands.
+    void take_unknown(const std::string& word) {
+        if (first_item_) numbers_first_ = has_number_;
+        first_item_ = false;
+        if (has_name_) close();
+        invalid(word);
+        item_ = Ingredient{};
+        has_name_ = true;
+        has_number_ = false;
     }
 
     void take_number(double number) {

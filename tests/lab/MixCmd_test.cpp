@@ -134,6 +134,15 @@ TEST(MixCmd, AnUnknownIngredientIsAnErrorAtItsPlace) {
     EXPECT_TRUE(run.reports("Undefined component Xenolith cannot be added to the final mixture."));
 }
 
+TEST(MixCmd, UnknownIngredientsTakeTheirNumbersWithThem) {
+    for (const char* list : {"Xe 0.5 Rn 0.25 C1 1", "0.5 Xe 0.25 Rn 1 C1", "C1 1 Xe 0.5 Rn 0.25"}) {
+        LabRun run(LIGHT_FLUID + "MIX A " + list + "\nTEMP 300 K\n");
+        EXPECT_EQ(run.counts.errors, 2) << list << run.report();
+        EXPECT_TRUE(run.reports("Problem for Xe at")) << list;
+        EXPECT_TRUE(run.reports("Problem for Rn at")) << list;
+    }
+}
+
 TEST(MixCmd, AVoidIngredientIsAnErrorWhenExecuted) {
     LabRun run(LIGHT_FLUID + "MIX A\nMIX B C1 1 A MOLE 1\n");
     EXPECT_EQ(run.counts.errors, 1) << run.report();
