@@ -18,6 +18,8 @@ namespace {
 
 /// Longest line that can be read, bytes.
 constexpr std::size_t MAX_LINE = 2147483646;
+/// Editors put it before the first character of a UTF-8 text. It shows nowhere, and is no text.
+constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
 constexpr CharSet BlankButTab = BlankSet.without("\t");
 constexpr CharSet TabSet{"\t"};
@@ -170,7 +172,8 @@ int FileReader::NextLine() {
         prompt();
         std::string raw;
         if (!read_raw(raw)) continue;  // the stream is not good now
-        ++lineNumber_;
+        if (++lineNumber_ == 1 && raw.starts_with(BYTE_ORDER_MARK))
+            raw.erase(0, BYTE_ORDER_MARK.size());
         const bool expanded = source_.assign(std::move(raw));
         saved_.cursor = source_.line().size();  // the place that was saved is gone with its line
         echo_line();

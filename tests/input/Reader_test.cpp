@@ -306,6 +306,24 @@ TEST(Reader, AllLineEndsReadAlike) {
     EXPECT_EQ(mixed.words(), (Words{"a", "bc"}));
 }
 
+TEST(Reader, AByteOrderMarkBeforeTheTextIsNoText) {
+    const std::string mark = "\xEF\xBB\xBF";
+    Script script(mark + "word 1\n" + mark + "word");
+    EXPECT_EQ(script.word(), "word");
+    EXPECT_EQ(script.reader.startColumn(), 0);
+    EXPECT_EQ(script.number(), 1.0);
+    // Elsewhere its bytes are characters like others.
+    EXPECT_EQ(script.word(), mark + "word");
+    EXPECT_EQ(Script(mark + "* a comment\nword").words(), Words{"word"});
+    EXPECT_EQ(Script(mark).words(), Words{});
+
+    const ScratchDirectory scratch;
+    Script including("a");
+    EXPECT_EQ(including.word(), "a");
+    including.reader.Push(scratch.write("marked.dat", mark + "b"));
+    EXPECT_EQ(including.words(), Words{"b"});
+}
+
 TEST(Reader, ALineEndBeforeTheEndOfTheFileMakesNoFurtherLine) {
     Script script("a\r\n");
     EXPECT_EQ(script.words(), (Words{"a"}));
