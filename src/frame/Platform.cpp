@@ -8,6 +8,7 @@
 #include <io.h>
 #else
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,6 +22,20 @@ bool is_terminal(std::FILE* stream) {
 #else
     return isatty(fileno(stream)) != 0;
 #endif
+}
+
+bool receives_output([[maybe_unused]] const std::string& path) {
+#ifndef _WIN32
+    struct stat named {};
+    if (stat(path.c_str(), &named) != 0 || !S_ISREG(named.st_mode)) return false;
+    for (const int number : {STDOUT_FILENO, STDERR_FILENO}) {
+        struct stat stream {};
+        if (fstat(number, &stream) == 0 && stream.st_dev == named.st_dev &&
+            stream.st_ino == named.st_ino)
+            return true;
+    }
+#endif
+    return false;
 }
 
 std::uint32_t clock_ticks() {

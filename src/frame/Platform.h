@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <string>
 
 namespace kestrane {
 
@@ -9,6 +10,10 @@ namespace kestrane {
 
 /// True if the stream is connected to a terminal.
 bool is_terminal(std::FILE* stream);
+
+/// True if `path` names a regular file that standard output or standard error is redirected to:
+/// what is read from there would be what is being written.
+bool receives_output(const std::string& path);
 
 /// Milliseconds of a clock that never goes back; wraps after 49.7 days.
 std::uint32_t clock_ticks();

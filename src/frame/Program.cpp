@@ -264,7 +264,7 @@ void Program::OpenInput(int argc, char* const* argv) {
     if (argc > 1) {
         auto file = std::make_unique<InFile>();
         file->SetPath(argv[1]);
-        if (!file->OpenRead()) fail_to_open(s, *file);
+        if (!file->OpenRead() || receives_output(*file->fullName)) fail_to_open(s, *file);
         s.primaryInput = std::move(file);
     } else if (!at_terminal) {
         s.primaryInput = std::make_unique<InFile>(*std::cin.rdbuf());

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <utility>
 
+#include "frame/Platform.h"
 #include "input/CharSet.h"
 #include "input/FileReader.h"
 
@@ -156,13 +157,19 @@ void Reader::Define(std::string_view name, std::string_view value) {
     macros_[upper_case(name)] = value;
 }
 
+/// Whether the run itself writes to that file: reading it would follow the writing for ever.
+bool Reader::is_output(const InFile& included) const {
+    return (reportFile && included.sameFile(*reportFile)) ||
+           (included.fullName && receives_output(*included.fullName));
+}
+
 void Reader::Push(const std::string& name) {
     FileReader& includer = top();
     includer.SetEcho(includer.echo());  // a line not echoed yet comes before the note
     auto included = std::make_unique<InFile>();
     included->SetPath(name, includer.file().directory);
     const bool deep = stack_.size() > MAX_INCLUDES;
-    if (name.empty() || deep || !included->OpenRead()) {
+    if (name.empty() || deep || is_output(*included) || !included->OpenRead()) {
         const std::string& full = included->fullName ? *included->fullName : name;
         Fatal(located("Could not open file \"" + full + "\"."));
     }

@@ -58,7 +58,8 @@ public:
     void SetTabWidth(int width);
     void Define(std::string_view name, std::string_view value);
 
-    /// Includes. Push is a fatal error when the file cannot be opened.
+    /// Includes. Push is a fatal error when the file cannot be opened, or is one that the run
+    /// writes to.
     void Push(const std::string& name);
     int Pop();
     /// The EOF keyword: leaves an include, or ends the input.
@@ -89,6 +90,7 @@ private:
     template <class F>
     int with_pops(F read);
     FileReader& top() const;
+    bool is_output(const InFile& included) const;
     /// Does nothing if that file has been left.
     void restore_line_limit(std::size_t serial, int limit);
     std::vector<std::string> located(std::string first) const;

@@ -269,6 +269,22 @@ TEST(Program, ReportNamedLikeTheScriptIsFatalAndLeavesTheScriptWhole) {
     }
 }
 
+TEST(Program, WhatTheRunWritesCannotBeItsInput) {
+    const ChildRun child("own_output");
+    // The names of the child's streams, and of its report.
+    for (const char* const name : {"stdout", "stderr", "report.out"}) {
+        child.put("in.dat", "INCL " + std::string(name) + "\n");
+        const ChildResult result = child.run([&] {
+            return run_main({child.path("in.dat"), child.path("report.out")});
+        });
+        EXPECT_EQ(result.status, 1) << name;
+        expect_contains(result.err, "Could not open file \"" + child.path(name) + "\"");
+    }
+    const ChildResult result = child.run([&] { return run_main({child.path("stdout")}); });
+    EXPECT_EQ(result.status, 1);
+    expect_contains(result.err, "Could not open file \"" + child.path("stdout") + "\"");
+}
+
 TEST(Program, ScriptFromStandardInputReportsOnStandardOutput) {
     const ChildRun child("streams");
     const ChildResult result = child.run([] { return run_main({}); }, "FOO\n");
