@@ -52,10 +52,13 @@ void ErrorList::Add(std::string_view text, int level) {
     severity = std::max(severity, level);
     const auto same = std::find_if(entries.begin(), entries.end(),
                                    [text](const auto& entry) { return entry->text == text; });
-    if (same != entries.end())
+    if (same == entries.end()) {
+        entries.push_back(make_dyn<ErrorMsg>(ErrorMsg{std::string(text), 1}));
+    } else {
+        // Copies of a list share its messages, but count on their own.
+        if (same->use_count() > 1) *same = make_dyn<ErrorMsg>(**same);
         ++(*same)->count;
-    else
-        entries.push_back(DynPtr<ErrorMsg>(new ErrorMsg{std::string(text), 1}));
+    }
 }
 
 void ErrorList::Warn(std::string_view text) {

@@ -30,6 +30,15 @@ TEST(ErrorList, EqualTextsAreCountedAndOthersKeepTheirOrder) {
     EXPECT_EQ(list.entries[1]->count, 1);
 }
 
+TEST(ErrorList, CopiesCountOnTheirOwn) {
+    ErrorList list;
+    list.Add("Same", WARNING);
+    ErrorList copy = list;
+    copy.Add("Same", WARNING);
+    EXPECT_EQ(copy.entries[0]->count, 2);
+    EXPECT_EQ(list.entries[0]->count, 1);
+}
+
 TEST(ErrorList, ReportIsOneBlockWithVerdictDetailAndEntries) {
     TextFiles out;
     ErrorList list;
