@@ -13,16 +13,6 @@ namespace kestrane {
 
 namespace {
 
-constexpr double CH2_MW = 14.026879999999998;  ///< kg/kmol
-constexpr double H2_MW = 2.01588;              ///< kg/kmol
-/// What an acentric factor or a translation must exceed to count as given.
-constexpr double LOWEST_GIVEN = -9.0;
-constexpr double LARGEST_TRANSLATION = 1.0;
-
-bool translation_given(double shift) {
-    return shift > LOWEST_GIVEN && shift < LARGEST_TRANSLATION;
-}
-
 bool has_column(double index) {
     return index >= 0.0;
 }
@@ -37,7 +27,7 @@ int carbon_number(const std::string& name) {
 /// Boiling point (K) of a single carbon number cut, `below` carbons under its middle. The cut is
 /// taken lighter than the normal paraffin the more aromatic it is.
 double carbon_number_tb(int n, double below) {
-    const double M = n * CH2_MW + H2_MW;
+    const double M = paraffin_mw(n);
     double aromaticity = 0.0;
     double S = UNSET;
     if (sg_of_mw(M, S)) {
@@ -94,7 +84,8 @@ double standard_volume(const Charzation& source, std::span<const double> x) {
     return sum;
 }
 
-/// The pair of critical Z-factor and volume from the constituents' volumes.
+/// The pair of critical Z-factor and volume from the constituents' volumes. The Z-factor follows
+/// even a volume that could not be summed, and is then negative: not usable, as its volume.
 void mix_volume(double& z, double& v, const Compnent& target, const Charzation& source,
                 std::span<const double> x, double Compnent::*volume) {
     if (z != UNSET || v != UNSET) return;
@@ -192,6 +183,11 @@ void Compnent::match_library(const EOS& eos, ErrorList& errors) {
 
 void Compnent::set_eos_constants(const EOS& eos) {
     const auto settle = [](double constant, double& modifier, double& omega) {
+        if (constant == UNSET) {
+            // An equation that computes nothing has no constants to multiply.
+            if (!(modifier > 0.0)) modifier = 1.0;
+            return;
+        }
         if (modifier > 0.0) {
             omega = modifier * constant;
         } else if (omega > 0.0) {
@@ -209,7 +205,7 @@ void Compnent::reconcile_volumes(const Compnent& column_row) {
     const bool critical = tc > 0.0 && pc > 0.0;
     const bool prefer_z = has_column(column_row.zc) || !has_column(column_row.vc);
     const auto correlated = [this] {
-        return acentric > LOWEST_GIVEN ? 0.291 - 0.08 * acentric : 0.291;
+        return acentric_given(acentric) ? 0.291 - 0.08 * acentric : 0.291;
     };
     if (!(prefer_z && zc > 0.0) && critical) {
         if (vc > 0.0)
@@ -242,7 +238,7 @@ void Compnent::complete(const EOS& eos, const Compnent& column_row, ErrorList& e
     set_eos_constants(eos);
     if (!has_column(column_row.acentric))
         acentric = 0.0;
-    else if (acentric <= LOWEST_GIVEN)
+    else if (!acentric_given(acentric))
         acentric = UNSET;
     if (!has_column(column_row.vol_shift))
         vol_shift = 0.0;
@@ -250,15 +246,14 @@ void Compnent::complete(const EOS& eos, const Compnent& column_row, ErrorList& e
         vol_shift = UNSET;
     if (tc > 0.0 && pc > 0.0) refit(eos, column_row, errors);
     reconcile_volumes(column_row);
-    for (double Compnent::*field :
-         {static_cast<double Compnent::*>(&Compnent::lower_mw),
-          static_cast<double Compnent::*>(&Compnent::lower_tb),
-          static_cast<double Compnent::*>(&Compnent::lower_sg),
-          static_cast<double Compnent::*>(&Compnent::mw),
-          static_cast<double Compnent::*>(&Compnent::tb),
-          static_cast<double Compnent::*>(&Compnent::sg), &Compnent::tc, &Compnent::pc,
-          &Compnent::parachor, &Compnent::zc, &Compnent::vc, &Compnent::visc_zc,
-          &Compnent::visc_vc})
+    for (double Compnent::*field : {static_cast<double Compnent::*>(&Compnent::lower_mw),
+                                    static_cast<double Compnent::*>(&Compnent::lower_tb),
+                                    static_cast<double Compnent::*>(&Compnent::lower_sg),
+                                    static_cast<double Compnent::*>(&Compnent::mw),
+                                    static_cast<double Compnent::*>(&Compnent::tb),
+                                    static_cast<double Compnent::*>(&Compnent::sg), &Compnent::tc,
+                                    &Compnent::pc, &Compnent::parachor, &Compnent::zc,
+                                    &Compnent::vc, &Compnent::visc_zc, &Compnent::visc_vc})
         drop_unless(column_row.*field, this->*field, this->*field > 0.0);
     reconcile_volumes(column_row);
 }

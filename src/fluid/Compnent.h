@@ -34,22 +34,34 @@ struct DistCut : Row {
     virtual void zero_unset();
 };
 
+/// What an acentric factor or a translation must exceed to count as given.
+inline constexpr double LOWEST_GIVEN = -9.0;
+/// A translation of the whole covolume leaves a liquid no volume.
+inline constexpr double LARGEST_TRANSLATION = 1.0;
+
+constexpr bool acentric_given(double acentric) {
+    return acentric > LOWEST_GIVEN;
+}
+constexpr bool translation_given(double shift) {
+    return shift > LOWEST_GIVEN && shift < LARGEST_TRANSLATION;
+}
+
 /// One component of a characterization: a pure substance, a cut, a pseudo-component or a lump.
 struct Compnent : DistCut {
-    double tc = UNSET;         ///< K
-    double pc = UNSET;         ///< Pa
+    double tc = UNSET;  ///< K
+    double pc = UNSET;  ///< Pa
     double acentric = UNSET;
     double vol_shift = UNSET;  ///< volume translation, multiples of the covolume b
     double zc = UNSET;
-    double vc = UNSET;         ///< m3/kmol
+    double vc = UNSET;  ///< m3/kmol
     double visc_zc = UNSET;
-    double visc_vc = UNSET;    ///< m3/kmol
+    double visc_vc = UNSET;  ///< m3/kmol
     double parachor = UNSET;
-    double a_mod = UNSET;      ///< multipliers on the equation's universal constants
+    double a_mod = UNSET;  ///< multipliers on the equation's universal constants
     double b_mod = UNSET;
-    double omega_a = UNSET;    ///< the component's values of those constants
+    double omega_a = UNSET;  ///< the component's values of those constants
     double omega_b = UNSET;
-    double ln_pc = UNSET;      ///< set when the equation of state is prepared
+    double ln_pc = UNSET;  ///< set when the equation of state is prepared
 
     void clear() override;
     void mix_from(const Charzation& source, std::span<const double> fractions) override;

@@ -17,9 +17,8 @@ namespace {
 constexpr int ITERATION_LIMIT = 50;
 constexpr double TOLERANCE = 96.0 * NUM_EPS;  ///< on ln of a vapor pressure
 constexpr double LARGEST = std::numeric_limits<double>::max();
-constexpr double LOWEST_GIVEN = -9.0;
-constexpr double LARGEST_TRANSLATION = 1.0;
 constexpr double LARGEST_FITTED_TRANSLATION = 0.99999;
+constexpr double CLOSED_BRACKET = 5e-07;  ///< of acentric factors, beyond which nothing is gained
 
 /// Z-factors of the liquid: with the component's own translation, and with a translation of 1.
 struct LiquidZ {
@@ -81,48 +80,50 @@ private:
 };
 
 /// The acentric factor w at which the fluid boils at `tb`, by a bracketed secant. The vapor
-/// pressure falls as w rises. Returns whether it was met within TOLERANCE.
+/// pressure falls as w rises, though only up to where the equation's m(omega) has its maximum: a
+/// boiling point beyond that cannot be met, and the search wanders off. Returns whether it was met
+/// within TOLERANCE; if not, w is the best of the trials.
 bool fit_acentric(PureFluid& fluid, double tb, double& w) {
     double w_last = 0.0, e_last = 0.0, e = 0.0;
-    double lo = -LARGEST, hi = LARGEST, e_lo = LARGEST, e_hi = LARGEST;
+    double lo = -LARGEST, hi = LARGEST;
+    double best = 0.0, e_best = LARGEST;
     w = 0.0;
     for (int i = 0; i < ITERATION_LIMIT; ++i) {
         fluid.component().acentric = w;
         e = fluid.excess(tb);
-        if (!std::isfinite(e)) {
-            w = 0.0;
-            return false;
-        }
+        if (!std::isfinite(e)) break;
         if (std::abs(e) <= TOLERANCE) return true;
-        (e <= 0.0 ? hi : lo) = w;
-        (e <= 0.0 ? e_hi : e_lo) = std::abs(e);
-        const double slope =
-            w == w_last ? -1000.0 * std::abs(e) : (e - e_last) / (w - w_last);
-        if (std::abs(slope) <= TOLERANCE) {
-            w = w_last;
-            break;
+        if (std::abs(e) < e_best) {
+            best = w;
+            e_best = std::abs(e);
         }
+        (e <= 0.0 ? hi : lo) = w;
+        const double slope = w == w_last ? -1000.0 * std::abs(e) : (e - e_last) / (w - w_last);
+        if (std::abs(slope) <= TOLERANCE) break;
         w_last = w;
         w -= e / slope;
         if (!(w > lo && w < hi)) {
-            if (hi - lo < 5e-07) {
-                w = e_lo < e_hi ? lo - 1e-05 : hi + 1e-05;
-                break;
-            }
-            w = (lo + hi) / 2.0;
+            if (hi - lo < CLOSED_BRACKET) break;
+            w = lo / 2.0 + hi / 2.0;
         }
         e_last = e;
     }
-    return std::abs(e) <= TOLERANCE;
+    w = best;
+    return false;
 }
 
 /// The temperature at which the vapor pressure is one atmosphere, by a bracketed secant in ln T.
+/// T is UNSET if the equation has no vapor pressure.
 bool fit_boiling_point(PureFluid& fluid, double tc, double& T) {
     double T_last = tc, e_last = 0.0, e = 0.0;
     double lo = -LARGEST, hi = LARGEST;
     T = tc;
     for (int i = 0; i < ITERATION_LIMIT; ++i) {
         e = fluid.excess(T);
+        if (!std::isfinite(e)) {
+            T = UNSET;
+            return false;
+        }
         if (std::abs(e) <= TOLERANCE) return true;
         (e <= 0.0 ? lo : hi) = T;
         const double g = std::log(T / T_last);
@@ -146,17 +147,15 @@ bool fit_boiling_point(PureFluid& fluid, double tc, double& T) {
 void Compnent::fit_to_eos(const EOS& eos, ErrorList& errors) {
     if (!(tc > 0.0 && pc > 0.0)) return;
     fit_vapor_pressure(eos, errors);
-    const bool need_vt =
-        (vol_shift <= LOWEST_GIVEN || vol_shift >= LARGEST_TRANSLATION) && sg > 0.0;
-    const bool need_sg =
-        vol_shift > LOWEST_GIVEN && vol_shift < LARGEST_TRANSLATION && sg <= 0.0;
-    if (mw > 0.0 && acentric > LOWEST_GIVEN && (need_vt || need_sg)) fit_density(eos, need_vt);
+    const bool need_vt = !translation_given(vol_shift) && sg > 0.0;
+    const bool need_sg = translation_given(vol_shift) && sg <= 0.0;
+    if (mw > 0.0 && acentric_given(acentric) && (need_vt || need_sg)) fit_density(eos, need_vt);
 }
 
 void Compnent::fit_vapor_pressure(const EOS& eos, ErrorList& errors) {
     PureFluid fluid(eos, *this);
-    bool need_af = acentric <= LOWEST_GIVEN && tb > 0.0;
-    bool need_tb = acentric > LOWEST_GIVEN && tb <= 0.0;
+    bool need_af = !acentric_given(acentric) && tb > 0.0;
+    bool need_tb = acentric_given(acentric) && tb <= 0.0;
     if (need_af && (tb - tc) * (ATMOSPHERE - pc) <= 0.0) {
         errors.Fail("The boiling point of \"" + name.text() +
                     "\" was inconsistent with its critical properties");
@@ -168,7 +167,11 @@ void Compnent::fit_vapor_pressure(const EOS& eos, ErrorList& errors) {
     if (need_af) need_tb = !fit_acentric(fluid, tb, acentric);
     if (!need_tb) return;
     fluid.component().acentric = acentric;
-    if (!fit_boiling_point(fluid, tc, tb))
+    double found = UNSET;
+    const bool met = fit_boiling_point(fluid, tc, found);
+    // Where the equation computes nothing, a boiling point that was given stays.
+    if (found != UNSET || tb <= 0.0) tb = found;
+    if (!met)
         errors.Warn("The boiling point of \"" + name.text() +
                     "\" could not be found with certainty");
 }

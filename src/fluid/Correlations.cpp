@@ -58,7 +58,9 @@ void solve_from_tb(TwuProps& twu, double tb, double& sg, double& ln_mw) {
 }
 
 /// ln of a molecular weight that the correlations can use; UNSET for one that no substance has.
-double usable_ln(double mw) { return mw > 1.0 ? std::log(mw) : UNSET; }
+double usable_ln(double mw) {
+    return mw > 1.0 ? std::log(mw) : UNSET;
+}
 
 }  // namespace
 

@@ -22,8 +22,8 @@ struct Soreide {
 /// Process-wide correlation state, set by SOR&, JACOBY and TWUM&.
 struct CorrelationState {
     Soreide soreide;
-    double aromaticity = 0.0;   ///< of the Jacoby form
-    double twu_damping = 1.0;   ///< of the Twu molecular weight perturbation
+    double aromaticity = 0.0;  ///< of the Jacoby form
+    double twu_damping = 1.0;  ///< of the Twu molecular weight perturbation
 };
 CorrelationState& correlation_state();
 
@@ -34,9 +34,9 @@ class TwuProps {
 public:
     /// Each returns false, leaving its outputs unset, where the correlation has no answer.
     bool set_tb(double tb_kelvin);  ///< resets everything when it changes
-    bool set_sg(double sg);          ///< <= 0 asks for the normal paraffin
+    bool set_sg(double sg);         ///< <= 0 asks for the normal paraffin
     bool set_tb_sg(double tb_kelvin, double sg);
-    bool set_ln_mw(double ln_mw);    ///< <= 0 asks for the normal paraffin
+    bool set_ln_mw(double ln_mw);  ///< <= 0 asks for the normal paraffin
     bool set_tb_ln_mw(double tb_kelvin, double ln_mw);
     /// Boiling point from ln MW and/or SG, either <= 0 if not known.
     bool solve(double ln_mw, double sg);
@@ -58,16 +58,18 @@ private:
     void reset_gravity();
     void paraffin();
     bool set_theta(double theta);
+    bool iterate(double ln_mw, double sg);
+    bool seek_paraffin(double sg);
 
     // English units as in the publication.
     double tb_ = UNSET;           ///< R
     double inv_root_tb_ = UNSET;  ///< R^-1/2
     double alpha_ = UNSET;
-    double theta_ = UNSET;        ///< ln of the normal paraffin's MW
+    double theta_ = UNSET;  ///< ln of the normal paraffin's MW
     double sg0_ = UNSET;
-    double tc0_ = UNSET;          ///< R
-    double pc0_ = UNSET;          ///< psia
-    double vc0_ = UNSET;          ///< ft3/lbmol
+    double tc0_ = UNSET;  ///< R
+    double pc0_ = UNSET;  ///< psia
+    double vc0_ = UNSET;  ///< ft3/lbmol
     double sg_ = UNSET;
     double ln_mw_ = UNSET;
     double tc_ = UNSET;
@@ -75,6 +77,13 @@ private:
     double vc_ = UNSET;
     double zc_ = UNSET;
 };
+
+inline constexpr double CH2_MW = 14.026879999999998;  ///< kg/kmol
+inline constexpr double H2_MW = 2.01588;              ///< kg/kmol
+/// Molecular weight of the normal paraffin with n carbon atoms, kg/kmol.
+constexpr double paraffin_mw(int n) {
+    return n * CH2_MW + H2_MW;
+}
 
 /// Twu's normal paraffin, UNSET where there is none.
 double twu_paraffin_sg_of_tb(double tb_kelvin);

@@ -12,8 +12,6 @@ namespace kestrane {
 
 namespace {
 
-constexpr double CH2_MW = 14.026879999999998;  ///< kg/kmol
-constexpr double H2_MW = 2.01588;              ///< kg/kmol
 constexpr double PA_PER_BAR = 1e5;
 constexpr double M3_PER_KMOL = 1e-3;  ///< of cm3/mol
 constexpr int SMALLEST_PARAFFIN = 4;
@@ -91,7 +89,7 @@ void take_entry(Compnent& component, const Compnent& entry) {
 }
 
 void take_paraffin(Compnent& component, int n) {
-    const double M = n * CH2_MW + H2_MW;
+    const double M = paraffin_mw(n);
     TwuProps twu;
     twu.solve(std::log(M), UNSET);
     take(component.mw, M);

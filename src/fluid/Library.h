@@ -15,8 +15,8 @@ struct LibraryEntry {
     const char* full_name;
     const char* aliases[5];  ///< null where fewer
     double mw, tb, tc, pc, vc, zc, acentric;
-    double liquid_volume;    ///< cm3/mol at ref_temp
-    double ref_temp;         ///< K
+    double liquid_volume;  ///< cm3/mol at ref_temp
+    double ref_temp;       ///< K
     double parachor;
 };
 

@@ -11,6 +11,7 @@ namespace {
 
 constexpr int NEWTON_CAP = 50;
 constexpr int SOLVE_CAP = 50;
+constexpr double GRAVITY_NOISE = 1e-12;  ///< round-off of a paraffin's gravity, with a margin
 constexpr double LARGEST = std::numeric_limits<double>::max();
 
 const Units& rankine() {
@@ -44,8 +45,7 @@ bool tb_of_theta(double theta, BoilingPoint& point) {
     point.slope = 70.631 * theta - 24.7522;
     // Beyond the range of doubles 1/theta^3 may overflow while E is 0.
     if (E > 0.0)
-        point.slope +=
-            E * (2.71579 - 0.57318 * theta + 39.8544 * u * u + 0.244976 * u * u * u);
+        point.slope += E * (2.71579 - 0.57318 * theta + 39.8544 * u * u + 0.244976 * u * u * u);
     return point.tb > 0.0;
 }
 
@@ -83,9 +83,13 @@ double departure(double g) {
 
 }  // namespace
 
-void TwuProps::reset() { *this = TwuProps{}; }
+void TwuProps::reset() {
+    *this = TwuProps{};
+}
 
-void TwuProps::reset_gravity() { sg_ = ln_mw_ = tc_ = pc_ = vc_ = zc_ = UNSET; }
+void TwuProps::reset_gravity() {
+    sg_ = ln_mw_ = tc_ = pc_ = vc_ = zc_ = UNSET;
+}
 
 /// Properties of the normal paraffin with the present boiling point, once.
 void TwuProps::paraffin() {
@@ -100,8 +104,8 @@ void TwuProps::paraffin() {
     // alpha is 1 - Tb/Tc: outside 0 to 1 there is no critical point, and none of its properties.
     if (!(a >= 0.0 && a < 1.0)) return;
     tc0_ = tb_ / (1.0 - a);
-    const double root = 3.83354 + 1.19629 * std::sqrt(a) + 34.8888 * a + 36.1952 * a * a +
-                        104.193 * a * a * a * a;
+    const double root =
+        3.83354 + 1.19629 * std::sqrt(a) + 34.8888 * a + 36.1952 * a * a + 104.193 * a * a * a * a;
     pc0_ = root * root;
     vc0_ = std::pow(0.580131 + 0.505839 * a + 1.56436 * a3 + 9481.7 * a12 * a * a, -8);
 }
@@ -139,7 +143,9 @@ bool TwuProps::set_sg(double sg) {
     return sg_ > 0.0;
 }
 
-bool TwuProps::set_tb_sg(double tb_kelvin, double sg) { return set_tb(tb_kelvin) && set_sg(sg); }
+bool TwuProps::set_tb_sg(double tb_kelvin, double sg) {
+    return set_tb(tb_kelvin) && set_sg(sg);
+}
 
 bool TwuProps::set_ln_mw(double ln_mw) {
     if (!(tb_ > 0.0) || !(theta_ > 0.0)) return false;
@@ -177,11 +183,19 @@ bool TwuProps::solve(double ln_mw, double sg) {
     if (ln_mw == ln_mw_ && sg == sg_) return tb_ > 0.0;
     reset();
     if (ln_mw <= 0.0 && sg <= 0.0) return false;
+    if (iterate(ln_mw, sg) || (ln_mw <= 0.0 && seek_paraffin(sg))) return true;
+    reset();
+    return false;
+}
+
+/// Accelerated substitution for the normal paraffin's ln MW.
+bool TwuProps::iterate(double ln_mw, double sg) {
     double theta = ln_mw > 0.0 ? ln_mw : 5.0;
     double acceleration = 1.0;
     double previous = 0.0;
     for (int round = 0; round < SOLVE_CAP; ++round) {
-        if (!set_theta(theta) || !set_sg(sg) || !(this->ln_mw() > 0.0)) break;
+        // Very light paraffins have a boiling point, but no gravity.
+        if (!set_theta(theta) || (!set_sg(sg) && sg > 0.0) || !(this->ln_mw() > 0.0)) break;
         const double e = ln_mw_ - (ln_mw > 0.0 ? ln_mw : theta);
         if (std::abs(e) <= theta * NUM_EPS) return true;
         const double r = previous / e;
@@ -189,11 +203,33 @@ bool TwuProps::solve(double ln_mw, double sg) {
         theta -= e * acceleration;
         previous = e;
     }
-    reset();
     return false;
 }
 
-double TwuProps::tb() const { return tb_ == UNSET ? UNSET : rankine().to_base(tb_); }
+/// The normal paraffin of gravity `sg`, by bisection. Substitution misses it where the departure of
+/// ln MW has a second zero between the paraffin and the start: for gravities below about 0.78.
+bool TwuProps::seek_paraffin(double sg) {
+    // The gravity rises with ln MW from a little above methane up to about C150, where alpha is 0.
+    double lower = 2.9;
+    double upper = 7.7;
+    while (true) {
+        const double theta = 0.5 * (lower + upper);
+        const bool closed = !(theta > lower && theta < upper);
+        const double gravity = set_theta(theta) ? paraffin_sg() : UNSET;
+        if (closed) {
+            // At the ends of the range the gravity is not met.
+            if (!(std::abs(gravity - sg) <= GRAVITY_NOISE)) return false;
+            ln_mw_ = theta;
+            sg_ = sg;
+            return true;
+        }
+        (gravity < sg ? lower : upper) = theta;
+    }
+}
+
+double TwuProps::tb() const {
+    return tb_ == UNSET ? UNSET : rankine().to_base(tb_);
+}
 
 double TwuProps::paraffin_sg() {
     paraffin();
@@ -205,8 +241,7 @@ double TwuProps::ln_mw() {
     if (!(tb_ > 0.0) || !(sg_ > 0.0) || !(theta_ > 0.0) || paraffin_sg() == UNSET) return UNSET;
     const double v = inv_root_tb_;
     const double x = std::expm1(5.0 * (sg0_ - sg_));
-    const double g =
-        2.0 * x * (std::abs(0.328086 * v - 0.012342) + (0.193168 * v - 0.0175691) * x);
+    const double g = 2.0 * x * (std::abs(0.328086 * v - 0.012342) + (0.193168 * v - 0.0175691) * x);
     if (!(std::abs(g) < 1.0)) return UNSET;
     const double d = correlation_state().twu_damping;
     return ln_mw_ = theta_ * (1.0 + 4.0 * d * g / ((1.0 - g) * (1.0 - g)));
@@ -216,8 +251,7 @@ double TwuProps::tc() {
     if (tc_ == UNSET && tb_ > 0.0 && sg_ > 0.0 && paraffin_sg() != UNSET && tc0_ != UNSET) {
         const double v = inv_root_tb_;
         const double x = std::expm1(5.0 * (sg0_ - sg_));
-        const double factor =
-            departure(2.0 * x * (-0.362456 * v + (0.0398285 - 0.948125 * v) * x));
+        const double factor = departure(2.0 * x * (-0.362456 * v + (0.0398285 - 0.948125 * v) * x));
         if (factor != UNSET) tc_ = tc0_ * factor;
     }
     return tc_ == UNSET ? UNSET : rankine().to_base(tc_);
@@ -227,8 +261,7 @@ double TwuProps::vc() {
     if (vc_ == UNSET && tb_ > 0.0 && sg_ > 0.0 && paraffin_sg() != UNSET && vc0_ != UNSET) {
         const double v = inv_root_tb_;
         const double x = std::expm1(4.0 * (sg0_ * sg0_ - sg_ * sg_));
-        const double factor =
-            departure(2.0 * x * (0.46659 * v + (3.01721 * v - 0.182421) * x));
+        const double factor = departure(2.0 * x * (0.46659 * v + (3.01721 * v - 0.182421) * x));
         if (factor != UNSET) vc_ = vc0_ * factor;
     }
     return vc_ == UNSET ? UNSET : ft3_per_lbmol().to_base(vc_);
@@ -238,10 +271,9 @@ double TwuProps::pc() {
     if (pc_ == UNSET && tc() > 0.0 && vc() > 0.0) {
         const double v = inv_root_tb_;
         const double x = std::expm1(0.5 * (sg0_ - sg_));
-        const double factor =
-            departure(2.0 * x *
-                      ((2.53262 - 46.1955 * v - 0.00127885 * tb_) +
-                       (-11.4277 + 252.14 * v + 0.00230535 * tb_) * x));
+        const double factor = departure(2.0 * x *
+                                        ((2.53262 - 46.1955 * v - 0.00127885 * tb_) +
+                                         (-11.4277 + 252.14 * v + 0.00230535 * tb_) * x));
         if (factor != UNSET) pc_ = pc0_ * (tc_ / tc0_) * (vc0_ / vc_) * factor;
     }
     return pc_ == UNSET ? UNSET : psia().to_base(pc_);
