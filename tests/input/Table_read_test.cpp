@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <random>
 #include <string>
 #include <vector>
@@ -61,6 +63,48 @@ TEST(TableRead, ACellThatEndsLeftOfTheNextHeadingsStartIsNotItsOwn) {
     Reading reaching("NAME MW   TC K\nB    123456\nEND\n");
     EXPECT_EQ(reaching.row(0).mw, UNSET);
     EXPECT_EQ(reaching.row(0).tc, 123456.0);
+}
+
+/// Tables drawn at random: a cell is any number that ends under its heading or right of it, before
+/// the next one; others are blank.
+TEST(TableRead, CellsDrawnUnderTheirHeadingsAreFoundThere) {
+    std::mt19937 random(5);
+    const char* const words[] = {"MW", "FRAC", "Z1", "TC"};
+    for (int trial = 0; trial < 500; ++trial) {
+        std::string head = "NAME";
+        std::vector<std::size_t> starts;
+        for (const char* word : words) {
+            head.append(2 + random() % 8, ' ');
+            starts.push_back(head.size());
+            head += word;
+        }
+        std::string text = head + "\n" + std::string(starts.back(), ' ') + "K\n";
+        std::vector<std::vector<double>> cells;
+        for (int row = 0; row < 5; ++row) {
+            std::string line = "C" + std::to_string(row);
+            cells.emplace_back(std::size(words), UNSET);
+            for (std::size_t i = 0; i < std::size(words); ++i) {
+                const std::size_t end = i + 1 < starts.size() ? starts[i + 1] : starts[i] + 9;
+                const std::size_t last = starts[i] + random() % (end - starts[i]);
+                if (random() % 3 == 0 || last < line.size() + 1) continue;
+                const std::size_t room = std::min<std::size_t>(last - line.size(), 4);
+                const auto most = static_cast<unsigned>(std::pow(10.0, room));
+                const std::string number = std::to_string(random() % most);
+                line.append(last + 1 - number.size() - line.size(), ' ');
+                line += number;
+                cells.back()[i] = std::stod(number);
+            }
+            text += line + "\n";
+        }
+        const Reading in(text + "END\n");
+        ASSERT_EQ(in.errors(), 0) << text << in.text();
+        ASSERT_EQ(in.table.rowCount, 5) << text;
+        for (int row = 0; row < 5; ++row) {
+            const Sample sample = in.row(row);
+            const std::vector<double> read{sample.mw, sample.share, sample.z[1], sample.tc};
+            EXPECT_EQ(read, cells[static_cast<std::size_t>(row)]) << text << "row " << row;
+        }
+    }
 }
 
 TEST(TableRead, UnitsMayStandInTheHeadLineOrInAUnitLine) {
