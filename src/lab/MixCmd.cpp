@@ -113,7 +113,7 @@ private:
         const int component = component_of(word);
         const AmountType type = component >= 0 ? AmountType::None : amount_type(word);
         if (type != AmountType::None) {
-            type_ = type;
+            take_type(type);
         } else if (component >= 0 || lab_.find_mixture(word)) {
             take_name(word, component);
         } else if (starts_line()) {
@@ -124,6 +124,14 @@ private:
         }
         note_line();
         return true;
+    }
+
+    /// A list that begins with a type puts each type before its item: there a type behind a
+    /// complete item belongs to the next one.
+    void take_type(AmountType type) {
+        if (first_item_ && !has_name_ && !has_number_) types_first_ = true;
+        if (types_first_ && has_name_ && has_number_) close();
+        type_ = type;
     }
 
     void take_name(const std::string& word, int component) {
@@ -203,6 +211,7 @@ private:
     bool has_name_ = false, has_number_ = false;
     bool first_item_ = true;
     bool numbers_first_ = false;
+    bool types_first_ = false;
     int position_ = 0;  ///< next component by position
 };
 

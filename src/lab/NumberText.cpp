@@ -29,6 +29,9 @@ std::string general_text(double value, int digits) {
 }
 
 std::string amount_text(double value) {
+    // A split keeps absent components at a floor near 1e-154 so that their logarithms exist.
+    constexpr double ABSENT = 1e-100;
+    if (std::abs(value) < ABSENT) value = 0.0;
     const double size = std::abs(value);
     if (value == 0.0 || (size >= 1e-4 && size < 1e3)) return fixed_text(value, 6);
     std::ostringstream text;

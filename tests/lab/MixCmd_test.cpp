@@ -60,6 +60,37 @@ TEST(MixCmd, ATypeHoldsFromItsItemOn) {
     EXPECT_NEAR(moles[2], 1.0, 1e-15);
 }
 
+// A list that begins with a type: each type stands before what it is for.
+TEST(MixCmd, ATypeBehindACompleteItemBelongsToTheNextIfTypesComeFirst) {
+    for (const char* list : {"MASS C1 16.043 MOLE C3 2 N-C10 3", "MASS 16.043 C1 MOLE 2 C3 3 N-C10",
+                             "MASS C1 16.043 C3 MOLE 2 N-C10 3"}) {
+        const Moles moles = moles_after(std::string("MIX A ") + list, "A");
+        ASSERT_EQ(moles.size(), 3u);
+        EXPECT_NEAR(moles[0], 1.0, 1e-15) << list;  // 16.043 kg/kmol is methane's molecular weight
+        EXPECT_EQ(moles[1], 2.0) << list;
+        EXPECT_EQ(moles[2], 3.0) << list;
+    }
+}
+
+TEST(MixCmd, ATypeBehindItsItemHoldsForItIfNamesComeFirst) {
+    const Moles moles = moles_after("MIX A C1 16.043 MASS C3 2 MOLE", "A");
+    EXPECT_NEAR(moles[0], 1.0, 1e-15);
+    EXPECT_EQ(moles[1], 2.0);
+}
+
+TEST(MixCmd, AComponentWithoutMolecularWeightHasNoMass) {
+    LabRun run(
+        "CHAR\n"
+        "NAME  MW  TC(K)  PC(bar)  AF\n"
+        "C1\n"
+        "X     0   500    30       0.3\n"
+        "END\nEND\n"
+        "MIX A C1 1 MASS X 2\n");
+    EXPECT_EQ(run.counts.errors, 1) << run.report();
+    EXPECT_TRUE(run.reports("Could not add an ingredient to mixture \"A\""));
+    EXPECT_TRUE(run.reports("Component \"X\" had a nonphysical molecular weight."));
+}
+
 TEST(MixCmd, TotalMolesBringTheMixtureToTheAmount) {
     EXPECT_EQ(moles_after("MIX A C1 3 C3 TMOLE 10", "A"), (Moles{3.0, 7.0, 0.0}));
 }
