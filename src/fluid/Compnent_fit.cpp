@@ -42,7 +42,7 @@ public:
     /// ln of the vapor pressure over one atmosphere.
     double excess(double T) { return std::log(vapor_pressure(T) / ATMOSPHERE); }
 
-    /// Liquid at T and P, or at the vapor pressure if it boils there.
+    /// Liquid at T and P, or at the vapor pressure if it boils there. UNSET if there is none.
     LiquidZ liquid(double T, double P) {
         LiquidZ z;
         z.P = P;
@@ -52,6 +52,7 @@ public:
         eos_.solve_z(*record_, root, root_class);
         if (root > 0) {
             z.P = eos_.vapor_pressure(*record_);
+            if (!(z.P > 0.0)) return z;  // the equation computes nothing
             eos_.set_pressure(*record_, z.P);
         }
         root = -1;
