@@ -7,10 +7,12 @@
 #include <cstdlib>
 #include <iomanip>
 #include <ios>
+#include <iterator>
 #include <limits>
 #include <sstream>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace kestrane {
 
@@ -20,6 +22,8 @@ namespace {
 constexpr std::size_t MAX_LINE = 2147483646;
 /// Editors put it before the first character of a UTF-8 text. It shows nowhere, and is no text.
 constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
+/// The same mark before a UTF-16 text, low or high byte first.
+constexpr std::string_view WIDE_MARKS[] = {"\xFF\xFE", "\xFE\xFF"};
 
 constexpr CharSet BlankButTab = BlankSet.without("\t");
 constexpr CharSet TabSet{"\t"};
@@ -145,8 +149,13 @@ int FileReader::stream_over() {
     file_.clear(std::ios_base::eofbit);
     flags_ = STREAM_ENDED;
     if (corrupted) {
-        writer_.Error({file_.fullName ? "Input file \"" + *file_.fullName + "\" corrupted."
-                                      : std::string("Standard input stream corrupted.")});
+        std::vector<std::string> lines{file_.fullName
+                                           ? "Input file \"" + *file_.fullName + "\" corrupted."
+                                           : std::string("Standard input stream corrupted.")};
+        if (wide_text_)
+            lines.emplace_back(
+                "It holds text of two bytes a character. Save it as plain text or UTF-8.");
+        writer_.Error(lines);
     }
     return -1;
 }
@@ -158,6 +167,16 @@ bool FileReader::is_comment() const {
     if (CommentLineSet.contains(first)) return true;
     return DoubledCommentSet.contains(first) && source_.rawLine().size() >= 2 && line.size() >= 2 &&
            line[1] == line[0];
+}
+
+/// Takes the mark of its encoding from the first line of a file. Text of two bytes a character is
+/// a failure of the input: false.
+bool FileReader::take_mark(std::string& raw) {
+    if (raw.starts_with(BYTE_ORDER_MARK)) raw.erase(0, BYTE_ORDER_MARK.size());
+    wide_text_ = std::any_of(std::begin(WIDE_MARKS), std::end(WIDE_MARKS),
+                             [&](std::string_view mark) { return raw.starts_with(mark); });
+    if (wide_text_) file_.setstate(std::ios_base::failbit);
+    return !wide_text_;
 }
 
 int FileReader::NextLine() {
@@ -172,8 +191,7 @@ int FileReader::NextLine() {
         prompt();
         std::string raw;
         if (!read_raw(raw)) continue;  // the stream is not good now
-        if (++lineNumber_ == 1 && raw.starts_with(BYTE_ORDER_MARK))
-            raw.erase(0, BYTE_ORDER_MARK.size());
+        if (++lineNumber_ == 1 && !take_mark(raw)) continue;
         const bool expanded = source_.assign(std::move(raw));
         saved_.cursor = source_.line().size();  // the place that was saved is gone with its line
         echo_line();

@@ -78,6 +78,7 @@ private:
 
     int NextLine();
     bool read_raw(std::string& raw);
+    bool take_mark(std::string& raw);
     void prompt();
     void echo_line();
     bool is_comment() const;
@@ -96,6 +97,7 @@ private:
     State state_;  ///< its cursor is only set in `saved_`; the live one is in source_
     State saved_;
     std::string token_;
+    bool wide_text_ = false;  ///< the file holds no text of single bytes
     int flags_ = 0;
     int lineNumber_ = 0;
     int lineLimit_ = -1;

@@ -324,6 +324,21 @@ TEST(Reader, AByteOrderMarkBeforeTheTextIsNoText) {
     EXPECT_EQ(including.words(), Words{"b"});
 }
 
+TEST(Reader, TextOfTwoBytesACharacterIsRefused) {
+    using namespace std::string_literals;
+    for (const std::string& text : {"\xFF\xFEw\0\n\0"s, "\xFE\xFF\0w\0\n"s, "\xFF\xFE"s}) {
+        Script script(text);
+        EXPECT_EQ(script.words(), Words{});
+        EXPECT_EQ(script.words(), Words{});
+        EXPECT_EQ(script.counts.errors, 1);
+        EXPECT_TRUE(script.says(
+            "ERROR: Standard input stream corrupted  ######\n"
+            "It holds text of two bytes a character. Save it as plain text or UTF-8.\n"));
+    }
+    EXPECT_EQ(Script("\xFF w").words(), (Words{"\xFF", "w"}));
+    EXPECT_EQ(Script("w \xFF\xFE").words(), (Words{"w", "\xFF\xFE"}));
+}
+
 TEST(Reader, ALineEndBeforeTheEndOfTheFileMakesNoFurtherLine) {
     Script script("a\r\n");
     EXPECT_EQ(script.words(), (Words{"a"}));
