@@ -44,7 +44,8 @@ static const CmdKey* read_choice(EOS_Cmd& command, Reader& reader, const std::st
         if (const CmdKey* found = command.FindKey(choice)) return found;
         reader.Unread();
     }
-    reader.ErrorHere({"Keyword \"" + key + "\" was not followed by an equation of state."});
+    reader.Error(
+        {"Keyword \"" + key + "\" was not followed by an equation of state.", command.Location()});
     return nullptr;
 }
 

@@ -118,7 +118,10 @@ void report_illegal_charzation(Reader& reader, const std::string& reason) {
 template <>
 void CharBase_Cmd::Read(Reader& reader, const std::string&) {
     const std::string base = read_name(reader);
-    user().basis = make_dyn<std::string>(base);
+    if (base.empty())
+        reader.ErrorHere({"No base characterization was named."});
+    else
+        user().basis = make_dyn<std::string>(base);
 }
 
 template <>

@@ -78,6 +78,8 @@ TEST(EosKeys, NoChoiceIsReported) {
         EXPECT_EQ(chosen(run.user), "none");
         EXPECT_TRUE(run.script.says("Keyword \"EOS\" was not followed by an equation of state"))
             << text << run.script.printed();
+        EXPECT_TRUE(run.script.says("Problem for keyword \"EOS\" (line 1, column 1"))
+            << text << run.script.printed();
     }
 }
 

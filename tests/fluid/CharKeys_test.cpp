@@ -93,6 +93,15 @@ TEST(CharKeys, StrayWordBehindTheTableIsReportedAndGivenBack) {
     EXPECT_TRUE(run.charz().answers_to("Other"));
 }
 
+TEST(CharKeys, BaseNeedsAName) {
+    CharzScript run(std::string("CHAR\nBASE\n") + TABLE + "END\n");
+    EXPECT_EQ(run.counts.errors, 1);
+    EXPECT_TRUE(run.prints("No base characterization was named"));
+    EXPECT_TRUE(run.prints("column 1 of line 2")) << run.report();
+    EXPECT_FALSE(run.fatal);
+    EXPECT_FALSE(run.charz().basis);
+}
+
 TEST(CharKeys, ComponentsNeedNames) {
     CharzScript run(
         "CHAR Oil\n"
