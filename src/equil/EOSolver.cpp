@@ -168,7 +168,7 @@ void EOSolver::set_feed(const Tank* injection, double w_feed, double w_injection
 }
 
 bool EOSolver::check_temperature() {
-    if (cell_.temperature.value > 0.0) return true;
+    if (cell_.temperature.value > 0.0 && std::isfinite(cell_.temperature.value)) return true;
     errors_.Add(
         "The temperature " + in_unit(cell_.temperature, UnitKind::Temperature) + " was nonphysical",
         FATAL_ERROR);
@@ -177,7 +177,7 @@ bool EOSolver::check_temperature() {
 
 bool EOSolver::check_pressure(bool strict) {
     const double P = cell_.pressure.value;
-    if (strict ? P > 0.0 : P >= 0.0) {
+    if (std::isfinite(P) && (strict ? P > 0.0 : P >= 0.0)) {
         if (P == 0.0) cell_.current_init = INIT_NEVER;
         return true;
     }

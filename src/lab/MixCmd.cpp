@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 #include "frame/Errors.h"
 #include "input/FileReader.h"
@@ -252,18 +253,21 @@ void add_mixture(Tank& tank, const Ingredient& item, const Tank& source) {
     }
 }
 
-/// Adds one ingredient; the message of a failure, or empty.
+/// Adds one ingredient; the message of a failure, or empty. What failed leaves the tank as it was.
 std::string add_ingredient(EOSLab& lab, Tank& tank, const Ingredient& item) {
     PtrTo<Tank> source;
     try {
+        const Tank before(tank);
         if (item.component >= 0) {
             add_component(tank, item);
-            return {};
+        } else {
+            source = lab.find_mixture(item.name);
+            if (!source) return undefined(item.name);
+            add_mixture(tank, item, *source);
         }
-        source = lab.find_mixture(item.name);
-        if (!source) return undefined(item.name);
-        add_mixture(tank, item, *source);
-        return {};
+        if (std::isfinite(tank.total_moles()) && std::isfinite(tank.total_mass())) return {};
+        tank.copy(before);
+        return "The amount of ingredient \"" + item.name + "\" exceeds the range of numbers.";
     } catch (const BadMW&) {
         return "Component \"" + item.name + "\" had a nonphysical molecular weight.";
     } catch (const BadComponent&) {

@@ -56,6 +56,16 @@ TEST(FlashCmd, AnUnsetCellIsNonphysicalAndPrintsZero) {
     EXPECT_TRUE(run.reports("One Phase at Temperature = 0"));
 }
 
+// 1e308 bar is more Pa than a double holds.
+TEST(FlashCmd, AnInfinitePressureIsNonphysical) {
+    LabRun run(FED + "FLASH 300 K 1E308 bar\n");
+    EXPECT_TRUE(run.stopped);
+    EXPECT_TRUE(run.reports("The pressure (inf bar) was nonphysical")) << run.report();
+    LabRun finite(FED + "FLASH 300 K 1E300 bar\nFLASH 300 K 1E200 bar\nFLASH 1E300 K 20 bar\n");
+    EXPECT_FALSE(finite.stopped);
+    EXPECT_EQ(finite.report().find("nan"), std::string::npos) << finite.report();
+}
+
 TEST(FlashCmd, WithoutACharacterization) {
     LabRun run("FLASH 100 F 500 psia\n");
     EXPECT_TRUE(run.stopped);

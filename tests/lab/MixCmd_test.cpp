@@ -181,6 +181,17 @@ TEST(MixCmd, AVoidIngredientIsAnErrorWhenExecuted) {
     EXPECT_TRUE(run.reports("Ingredient \"A\" was void of total moles, total mass, or both."));
 }
 
+// 1e308 kmol of propane has more kg than a double holds.
+TEST(MixCmd, AnAmountBeyondAllNumbersIsAnErrorAndNotAdded) {
+    LabRun run(LIGHT_FLUID + "MIX A C1 2 C3 1E308 N-C10 1\nMIX B A 1E308 A MASS 1E308 A 1\n");
+    EXPECT_EQ(run.counts.errors, 2) << run.report();
+    EXPECT_TRUE(run.reports("The amount of ingredient \"C3\" exceeds the range of numbers."));
+    EXPECT_TRUE(run.reports("The amount of ingredient \"A\" exceeds the range of numbers."));
+    const PtrTo<Tank> a = run.lab.find_mixture("A");
+    EXPECT_EQ(Moles(a->moles().begin(), a->moles().end()), (Moles{2.0, 0.0, 1.0}));
+    EXPECT_EQ(run.report().find("nan"), std::string::npos);
+}
+
 TEST(MixCmd, PrintsATableUnlessQuiet) {
     const std::string title = "Mixture \"A\" Compositions\n========================\n";
     LabRun loud(LIGHT_FLUID + "MIXTURE A C1 1 C3 3\n");
