@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdio>
 #include <filesystem>
+#include <iostream>
 #include <system_error>
 #include <vector>
 
@@ -192,6 +194,10 @@ bool InFile::OpenRead() {
     rdbuf(stream_buffer());
     if (!opened) setstate(failbit);
     return opened;
+}
+
+bool InFile::readFailed() const {
+    return shared_ == std::cin.rdbuf() && std::ferror(stdin) != 0;
 }
 
 OutFile::OutFile() : std::ostream(stream_buffer()) {}

@@ -60,6 +60,9 @@ public:
     explicit InFile(std::streambuf& shared);
     /// Opens the stored path for binary reading. A directory does not open. Never throws.
     bool OpenRead();
+    /// True if what looked like the end of the stream was a failure to read it. The C library tells
+    /// for standard input; other streams throw.
+    bool readFailed() const;
     /// Lets the user choose an existing file and opens it. False if the user cancels.
     bool OpenDialog(std::string_view title);
 

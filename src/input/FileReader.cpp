@@ -136,7 +136,7 @@ bool FileReader::read_raw(std::string& raw) {
             }
             raw += c;
         }
-        file_.setstate(std::ios_base::eofbit);
+        file_.setstate(file_.readFailed() ? std::ios_base::badbit : std::ios_base::eofbit);
     } catch (const std::ios_base::failure&) {
         file_.setstate(std::ios_base::badbit);
     }

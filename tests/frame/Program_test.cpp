@@ -304,6 +304,21 @@ TEST(Program, ScriptFromStandardInputReportsOnStandardOutput) {
     }
 }
 
+TEST(Program, StandardInputThatCannotBeReadIsAnError) {
+    const ChildRun child("unreadable");
+    const std::function<void()> causes[] = {
+        [&] { dup2(open(child.path("").c_str(), O_RDONLY), STDIN_FILENO); },
+        [&] { dup2(open("/dev/null", O_WRONLY), STDIN_FILENO); },
+    };
+    for (const auto& cause : causes) {
+        const ChildResult result = child.run([] { return run_main({}); }, "", cause);
+        for (const std::string& text : {result.out, result.err}) {
+            expect_contains(text, "######  ERROR: Standard input stream corrupted  ######\n");
+            expect_contains(text, "Total abnormalities: 0 warnings, 1 error.\n");
+        }
+    }
+}
+
 TEST(Program, NoArgumentsAtAllAreLikeNone) {
     const ChildRun child("argc0");
     const auto body = [] {
