@@ -1,5 +1,6 @@
 #include "lab/MixtureTable.h"
 
+#include <cmath>
 #include <iomanip>
 #include <sstream>
 
@@ -20,8 +21,10 @@ std::string row(const MixtureTable::Line& line) {
     return text.str();
 }
 
+/// 0 where the whole is 0, or what round-off leaves of amounts that cancel.
 double share(double part, double whole) {
-    return whole != 0.0 ? part / whole : 0.0;
+    const double result = part / whole;
+    return std::isfinite(result) ? result : 0.0;
 }
 
 }  // namespace

@@ -192,6 +192,14 @@ TEST(MixCmd, AnAmountBeyondAllNumbersIsAnErrorAndNotAdded) {
     EXPECT_EQ(run.report().find("nan"), std::string::npos);
 }
 
+// The masses cancel but for round-off, which no fraction can be taken of.
+TEST(MixCmd, FractionsOfCancelledAmountsAreZero) {
+    LabRun run(LIGHT_FLUID + "MIX A C1 1 MASS C3 -1 N-C10 1E-310\n");
+    EXPECT_EQ(run.report().find("inf"), std::string::npos) << run.report();
+    // The mass is left at 1e-310 kg, of which 1 kg is no number of shares.
+    EXPECT_TRUE(run.reports("      -1.000000       0.000000\n")) << run.report();
+}
+
 TEST(MixCmd, PrintsATableUnlessQuiet) {
     const std::string title = "Mixture \"A\" Compositions\n========================\n";
     LabRun loud(LIGHT_FLUID + "MIXTURE A C1 1 C3 3\n");
