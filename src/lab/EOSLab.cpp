@@ -1,5 +1,6 @@
 #include "lab/EOSLab.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "equil/EOS.h"
@@ -58,7 +59,7 @@ std::vector<double> EOSLab::base_fractions(const Charzation& base) const {
 }
 
 double EOSLab::base_temperature() const {
-    return cell_->temperature.value;
+    return std::max(0.0, cell_->temperature.value);
 }
 
 void EOSLab::runScript(Reader& reader) {

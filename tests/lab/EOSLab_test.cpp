@@ -82,5 +82,20 @@ TEST(EOSLab, AMixtureIsConvertedToTheCurrentCharacterization) {
     EXPECT_EQ(run.lab.cell().phase_count, 2);
 }
 
+// Lumps ask at which temperature they are formed; 0 is for the standard one.
+TEST(EOSLab, BaseTemperatureIsTheCellsOrZero) {
+    EXPECT_EQ(LabRun("").lab.base_temperature(), 0.0);
+    EXPECT_EQ(LabRun("TEMP 300 K\n").lab.base_temperature(), 300.0);
+}
+
+TEST(EOSLab, BaseFractionsAreTheFeedsOrOnes) {
+    LabRun run(LIGHT_FLUID + "MIX FEED C1 3 C3 1\n");
+    const Charzation& charz = *run.lab.current(nullptr);
+    EXPECT_EQ(run.lab.base_fractions(charz), (std::vector<double>{0.75, 0.25, 0.0}));
+    LabRun empty(LIGHT_FLUID);
+    EXPECT_EQ(empty.lab.base_fractions(*empty.lab.current(nullptr)),
+              (std::vector<double>{1.0, 1.0, 1.0}));
+}
+
 }  // namespace
 }  // namespace kestrane
