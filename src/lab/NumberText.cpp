@@ -6,16 +6,6 @@
 
 namespace kestrane {
 
-namespace {
-
-const Units& base_unit(UnitKind kind) {
-    for (const Units* unit : unit_set(kind).units())
-        if (unit->factor == 1.0 && unit->offset == 0.0) return *unit;
-    return unit_set(kind).default_unit();
-}
-
-}  // namespace
-
 std::string fixed_text(double value, int decimals) {
     std::ostringstream text;
     text << std::fixed << std::setprecision(decimals) << value;
@@ -34,13 +24,16 @@ std::string amount_text(double value) {
     if (std::abs(value) < ABSENT) value = 0.0;
     const double size = std::abs(value);
     if (value == 0.0 || (size >= 1e-4 && size < 1e3)) return fixed_text(value, 6);
+    constexpr int DIGITS = 9;
+    if (size >= 1e3 && size < 1e8)
+        return fixed_text(value, DIGITS - 1 - static_cast<int>(std::log10(size)));
     std::ostringstream text;
     text << std::scientific << std::setprecision(3) << value;
     return text.str();
 }
 
 std::string value_text(const ValueWithUnit& value, UnitKind kind) {
-    const Units& unit = value.unit ? *value.unit : base_unit(kind);
+    const Units& unit = value.unit ? *value.unit : unit_set(kind).default_unit();
     const double shown = value.value == UNSET ? 0.0 : unit.print(value.value);
     std::string text = general_text(shown);
     if (!unit.name().empty()) text += " " + unit.name();

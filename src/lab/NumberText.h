@@ -10,11 +10,11 @@ namespace kestrane {
 std::string fixed_text(double value, int decimals);
 /// That many significant digits, as a stream prints by default.
 std::string general_text(double value, int digits = 6);
-/// An amount or a fraction for a column at least 9 wide: six decimals where they show the value,
-/// else scientific with four digits, so that traces and large amounts keep theirs.
+/// An amount or a fraction for a column at least 10 wide: six decimals, fewer for large amounts,
+/// scientific with four digits for traces.
 std::string amount_text(double value);
-/// A value in its unit, with the unit's name. A value never given prints as 0; without a unit the
-/// base unit of the kind is used.
+/// A value in its unit, with the unit's name; without one in the default unit of the kind. A value
+/// never given prints as 0.
 std::string value_text(const ValueWithUnit& value, UnitKind kind);
 
 }  // namespace kestrane
