@@ -114,7 +114,18 @@ private:
     void check_names() const;
     /// The base named by `basis`; null with an entry in `errors` if it cannot be used.
     const Charzation* find_base(Charz_User& user, ErrorList& errors) const;
-    void take_base(const Charzation& base);
+    /// Index of each component in the base, -1 where its name is none there.
+    std::vector<int> base_map(const Charzation& base) const;
+    void take_base(const Charzation& base, std::span<const int> map, bool same_eos);
+    /// Builds the components that are lumps of the base: composition and temperature are `user`'s.
+    void build_lumps(const Charz_User& user, const Charzation& base, std::span<const int> map,
+                     bool same_eos);
+    /// Weights of each component's constituents in the base; empty for one that is no lump of it.
+    std::vector<std::vector<double>> lump_weights(const Charz_User& user, const Charzation& base,
+                                                  std::span<const int> map) const;
+    void fill_lumped_bips(const Charzation& base, std::span<const std::vector<double>> weights,
+                          std::span<const int> map);
+    void show_lumped_acentric(std::span<const std::vector<double>> weights);
     void take_base_bips(const Charzation& base, std::span<const int> map);
     void fill_column_row();
     void resize_bips(std::size_t old_size, std::size_t new_size);
