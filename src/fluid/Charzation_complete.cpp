@@ -1,6 +1,7 @@
 #include "equil/EOS.h"
 #include "fluid/Charz_User.h"
 #include "fluid/Charzation.h"
+#include "fluid/GammaSplit.h"
 
 namespace kestrane {
 
@@ -118,8 +119,9 @@ void Charzation::fill_properties() {
     for (Compnent& component : comps) component.fill_properties();
 }
 
-void Charzation::correlate(ErrorList&) {
+void Charzation::correlate(ErrorList& errors) {
     fill_lower_cuts();
+    fill_gamma_weights(*this, errors);
     fill_properties();
 }
 
