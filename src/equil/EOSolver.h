@@ -251,7 +251,7 @@ private:
     void saturation_first_contact(SaturationState& s);
     bool saturation_far_side(SaturationState& s, double P);
     void saturation_scan(SaturationState& s, double start);
-    void saturation_approach(SaturationState& s);
+    bool saturation_approach(SaturationState& s);
     void saturation_keep(SaturationState& s, bool proved);
     bool saturation_is_unstable_outside(SaturationState& s);
     void saturation_publish(SaturationState& s);
@@ -264,6 +264,7 @@ private:
     bool is_below_critical(double T);
     double search_critical_temperature(double T);
     void convergence_save(ConvergenceState& s);
+    void convergence_publish(const ConvergenceState& s);
     bool convergence_split(const ConvergenceState& s, double P);
     bool convergence_search(ConvergenceState& s);
 

@@ -12,8 +12,10 @@ namespace kestrane {
 namespace {
 
 constexpr int CONVERGENCE_LIMIT = 1000;  ///< negative flashes
-constexpr double T_CLOSE = 0.99999999;   ///< of the bounds of a temperature search
-constexpr int T_ROUNDS = 2500;           ///< halvings and doublings through the range of doubles
+/// Distance between compositions that have not met: the tie-line was lost on the way.
+constexpr double NOT_MET = 0.05;
+constexpr double T_CLOSE = 0.99999999;  ///< of the bounds of a temperature search
+constexpr int T_ROUNDS = 2500;          ///< halvings and doublings through the range of doubles
 
 /// Squared distance between two compositions: falls in proportion to the pressure left to the
 /// critical point of the tie-line.
@@ -53,8 +55,7 @@ void EOSolver::publish_vapor_pressure(double P, double P_before) {
     eos_.solve_z(*feed_.c_parms, feed_.root, feed_.root_class);
     const bool two = std::abs(feed_.root) >= 2;
     const bool vapor = P > P_before;
-    if (two)
-        feed_.root = feed_.root_class = vapor ? 2 : -2;
+    if (two) feed_.root = feed_.root_class = vapor ? 2 : -2;
     eos_.select_root(*feed_.c_parms, two ? feed_.root : 0);
     feed_.z_factor = eos_.z_factor(*feed_.c_parms);
     feed_.density = density(feed_);
@@ -119,11 +120,12 @@ double EOSolver::search_critical_temperature(double T) {
 }
 
 struct EOSolver::ConvergenceState {
-    ConvergenceState(WorkStack& work, std::size_t n) : ln_k(work.take(n)) {}
-    std::span<double> ln_k;      ///< n: of the last two-phase state
-    double L = 1.0, V = 0.0;     ///< its phase fractions
-    double P1 = 0.0, P0 = 0.0;   ///< Pa: the last two-phase pressures
-    double D1 = 0.0;             ///< squared distance of the phases at P1
+    ConvergenceState(WorkStack& work, std::size_t n)
+        : ln_k(work.take(n)), x(work.take(n)), y(work.take(n)) {}
+    std::span<double> ln_k, x, y;  ///< n: of the last two-phase state
+    double L = 1.0, V = 0.0;       ///< its phase fractions
+    double P1 = 0.0, P0 = 0.0;     ///< Pa: the last two-phase pressures
+    double D1 = 0.0;               ///< squared distance of the phases at P1
 };
 
 bool EOSolver::convergence_pressure() {
@@ -137,11 +139,14 @@ bool EOSolver::convergence_pressure() {
     if (s.D1 > 0.0 && cell_.current_init != INIT_NEVER) {
         errors_.warnings_on = errors_.errors_on = false;
         const bool closed = convergence_search(s);
+        convergence_publish(s);
         errors_.warnings_on = errors_.errors_on = true;
         if (!closed)
             errors_.Warn(
                 "A convergence pressure (if one exists) could not be found\n"
                 "because it would have exceeded the upper search limit");
+        else if (s.D1 > NOT_MET * NOT_MET)
+            errors_.Warn("K-value convergence failed during phase split calculations");
     }
     finish(errors_.usable());
     return found;
@@ -149,8 +154,31 @@ bool EOSolver::convergence_pressure() {
 
 void EOSolver::convergence_save(ConvergenceState& s) {
     std::ranges::copy(cell_.ln_k, s.ln_k.begin());
+    std::ranges::copy(comps(x_), s.x.begin());
+    std::ranges::copy(comps(y_), s.y.begin());
     s.L = x_.fraction;
     s.V = y_.fraction;
+}
+
+/// The last two-phase state as the result. Its split need not succeed from its own K-values, where
+/// the phases are all but one.
+void EOSolver::convergence_publish(const ConvergenceState& s) {
+    set_phase_pressures(s.P1);
+    solve_feed();
+    for (std::size_t i = 0; i < n_; ++i) {
+        cell_.ln_k[i] = s.ln_k[i];
+        cell_.k[i] = std::exp(s.ln_k[i]);
+    }
+    std::ranges::copy(s.x, x_.comps);
+    std::ranges::copy(s.y, y_.comps);
+    x_.fraction = s.L;
+    y_.fraction = s.V;
+    for (PhaseState* phase : {&x_, &y_}) {
+        evaluate(*phase, 0);
+        phase->z_factor = eos_.z_factor(*phase->c_parms);
+    }
+    cell_.phase_count = 0;
+    publish(true);
 }
 
 /// The split at P from the K-values saved. True if there is a tie-line.
@@ -191,21 +219,14 @@ bool EOSolver::convergence_search(ConvergenceState& s) {
             P_next = std::exp((W * std::log(s.P1) - D * std::log(s.P0)) / (W - D));
         }
         if (P_next > CLOSE * s.P1) {
-            if (P >= LIMIT) {
-                cell_.phase_count = 0;
-                publish(two_phase);
-                return false;
-            }
+            if (P >= LIMIT) return false;
         } else if (P == s.P1) {
-            cell_.phase_count = 0;
-            publish(two_phase);
             return true;
         } else {
             P_next = s.P1;
         }
     }
-    publish(false);
-    return false;
+    return true;
 }
 
 }  // namespace kestrane

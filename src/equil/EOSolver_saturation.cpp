@@ -12,8 +12,8 @@ namespace kestrane {
 
 namespace {
 
-constexpr int REGION_LIMIT = 20;    ///< two-phase regions, one beyond the other
-constexpr int APPROACH_LIMIT = 150; ///< pressures tried to close a bracket
+constexpr int REGION_LIMIT = 20;     ///< two-phase regions, one beyond the other
+constexpr int APPROACH_LIMIT = 150;  ///< pressures tried to close a bracket
 constexpr double FIRST_FACTOR = 4.0;
 constexpr double LARGEST_FACTOR = 4096.0;
 /// Below this the products of pressures in the cubic leave the range of doubles.
@@ -21,8 +21,8 @@ constexpr double P_SMALLEST = 1e-145;
 constexpr double SMALLEST_FRACTION = 1000.0 * DOUBLE_MIN;
 
 /// Where the feed must be stable beyond a pressure found, over that pressure.
-constexpr std::array ABOVE{1.00002, 1.01, 1.2, 2.0, 6.0, 40.0, 1e10};
-constexpr std::array BELOW{0.99998, 0.99, 0.8, 0.4, 0.1, 0.01};
+constexpr std::array ABOVE{1.00002, 1.01, 1.1, 1.4, 2.5, 7.0, 40.0, 1e10};
+constexpr std::array BELOW{0.99998, 0.99, 0.8, 0.4, 0.1, 0.01, 1e-3, 1e-5};
 
 }  // namespace
 
@@ -35,9 +35,9 @@ struct EOSolver::SaturationState {
     std::span<double> found_ln_k;  ///< n: ln(incipient/feed) at P_found
     std::span<double> first_ln_k;  ///< n: of the cell on entry
     int sense = 1;
-    double P_two = 0.0;    ///< the feed is unstable there; the farthest known in the sense asked for
-    double P_one = 0.0;    ///< the feed is stable there, beyond P_two
-    double P_found = 0.0;  ///< on the boundary, or as near as the tests can tell
+    double P_two = 0.0;  ///< the feed is unstable there; the farthest known in the sense asked for
+    double P_one = 0.0;  ///< the feed is stable there, beyond P_two
+    double P_found = 0.0;      ///< on the boundary, or as near as the tests can tell
     bool unstable = false;     ///< at the pressure probed last
     bool untested = false;     ///< no Newton iteration was tried from P_two
     bool proved = false;       ///< P_found is converged
@@ -95,9 +95,7 @@ void EOSolver::saturation_search(SaturationState& s) {
     test2_now = TEST_ALWAYS;
     saturation_first_contact(s);
     for (int region = 0; region < REGION_LIMIT; ++region) {
-        const double P_before = s.P_found;
-        if (s.P_two > 0.0) saturation_approach(s);
-        if (s.P_found == P_before && region > 0) return;
+        if (s.P_two > 0.0 && !saturation_approach(s)) return;
         if (!(s.P_found > 0.0) || !saturation_is_unstable_outside(s)) return;
     }
 }
@@ -203,11 +201,15 @@ void EOSolver::saturation_scan(SaturationState& s, double start) {
 }
 
 /// From an unstable feed at P_two to the boundary: the Newton iteration from pressures ever nearer
-/// to it. Ends at the best unstable pressure where the iteration does not converge.
-void EOSolver::saturation_approach(SaturationState& s) {
+/// to it. Ends at the best unstable pressure where the iteration does not converge. False if there
+/// is no boundary in that sense.
+bool EOSolver::saturation_approach(SaturationState& s) {
     if (s.untested) {
         s.untested = false;
-        if (saturation_contact(s, s.P_two, s.sense)) return saturation_keep(s, true);
+        if (saturation_contact(s, s.P_two, s.sense)) {
+            saturation_keep(s, true);
+            return true;
+        }
     }
     double factor = FIRST_FACTOR;
     for (int round = 0; round < APPROACH_LIMIT; ++round) {
@@ -221,18 +223,22 @@ void EOSolver::saturation_approach(SaturationState& s) {
         }
         if (P < P_SMALLEST) {
             s.out_of_bounds = true;
-            return;
+            return false;
         }
-        if (saturation_contact(s, P, s.sense)) return saturation_keep(s, true);
+        if (saturation_contact(s, P, s.sense)) {
+            saturation_keep(s, true);
+            return true;
+        }
         if (s.unstable && P >= P_HIGH_LIMIT) {
             s.above_limit = true;
-            return;
+            return false;
         }
         (s.unstable ? s.P_two : s.P_one) = P;
     }
-    if (!saturation_probe(s, s.P_two)) return;
+    if (!saturation_probe(s, s.P_two)) return false;
     std::ranges::copy(ln_k(), s.w.begin());
     saturation_keep(s, false);
+    return true;
 }
 
 void EOSolver::saturation_keep(SaturationState& s, bool proved) {
@@ -260,8 +266,13 @@ bool EOSolver::saturation_is_unstable_outside(SaturationState& s) {
     const std::span<const double> factors =
         s.sense > 0 ? std::span<const double>(ABOVE) : std::span<const double>(BELOW);
     for (double factor : factors) {
-        if (!s.proved && factor == factors.front()) continue;
-        if (beyond(factor)) return true;
+        const bool next_to_it = factor == factors.front();
+        if (next_to_it && !s.proved) continue;
+        if (beyond(factor)) {
+            // A boundary with a phase that comes second: the feed is unstable on both sides.
+            if (next_to_it) s.P_found = 0.0;
+            return true;
+        }
         if (s.P_found * factor >= P_HIGH_LIMIT) break;
     }
     return false;
@@ -303,19 +314,23 @@ void EOSolver::saturation_withdraw(SaturationState& s, double P0) {
 }
 
 void EOSolver::saturation_messages(const SaturationState& s) {
-    const std::string kind = s.sense > 0 ? "saturation pressure" : "dew-point pressure";
-    if (s.P_found > 0.0 && !s.proved)
-        errors_.Warn("K-value convergence failed during " + kind + " calculations");
-    if (s.P_found == 0.0 && s.out_of_bounds)
-        errors_.Warn("K-Values went out of bounds during " + kind + " calculations");
+    const bool found = s.P_found > 0.0;
+    const bool upper = s.sense > 0;
+    if (found && !s.proved)
+        errors_.Warn(upper ? "K-value convergence failed during saturation pressure calculations"
+                           : "K-value convergence failed during dew-point pressure calculations");
+    if (!found && s.out_of_bounds)
+        errors_.Warn(upper ? "K-Values went out of bounds during saturation pressure calculations"
+                           : "K-Values went out of bounds during dew-point pressure calculations");
     if (s.above_limit)
         errors_.Warn(
             "A saturation pressure (if one exists) could not be found\n"
             "because the upper search limit was still two-phase");
-    else if (s.P_found == 0.0)
-        errors_.Warn(std::string(s.sense > 0 ? "A saturation" : "A dew-point") +
-                     " pressure (if one exists) could not be found\n"
-                     "because no two-phase pressure could be found");
+    else if (!found)
+        errors_.Warn(upper ? "A saturation pressure (if one exists) could not be found\n"
+                             "because no two-phase pressure could be found"
+                           : "A dew-point pressure (if one exists) could not be found\n"
+                             "because no two-phase pressure could be found");
 }
 
 }  // namespace kestrane

@@ -244,8 +244,7 @@ int EOSolver::newton_end(NewtonState& s, bool converged) {
     (s.trivial ? statistics.trivial_satps : statistics.nontrivial_satps).add(s.counters);
     if (!s.in_range || s.trivial || !s.right_way) return SATURATION_NONE;
     for (std::size_t i = 0; i < n_; ++i) s.w[i] = std::log(s.t[i] / z()[i]);
-    if (!converged)
-        return newton_is_stuck_at_limit(s) ? SATURATION_ABOVE_LIMIT : SATURATION_NONE;
+    if (!converged) return newton_is_stuck_at_limit(s) ? SATURATION_ABOVE_LIMIT : SATURATION_NONE;
     cell_.pressure.value = std::exp(s.ln_P);
     return s.sense * (s.root_changed ? SATURATION_THROUGH_ROOT : SATURATION_FOUND);
 }

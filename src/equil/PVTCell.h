@@ -61,8 +61,8 @@ public:
     void flash();
     /// One Rachford-Rice solution at the K-values in ln_k.
     void flash_with_k();
-    /// Upper (sense > 0) or lower (sense < 0) saturation pressure at the cell's temperature; true if
-    /// it was found. The cell is then at that pressure with the incipient phase beside the feed,
+    /// Upper (sense > 0) or lower (sense < 0) saturation pressure at the cell's temperature; true
+    /// if it was found. The cell is then at that pressure with the incipient phase beside the feed,
     /// otherwise at the pressure it had.
     bool saturation(int sense);
     /// Pressure where the tie-lines through the feed shrink to a point; true if the upper
