@@ -257,6 +257,7 @@ private:
     void saturation_publish(SaturationState& s);
     void saturation_withdraw(SaturationState& s, double P0);
     void saturation_messages(const SaturationState& s);
+    void warn_of_no_two_phase_pressure(int sense);
 
     // the feed as one component; convergence pressures
     double one_component_pressure();

@@ -49,8 +49,8 @@ struct EOSolver::SaturationState {
 };
 
 bool EOSolver::saturation(int sense) {
-    const bool ok = check_temperature() && set_conditions();
-    if (!ok) {
+    if (!check_temperature() || !set_conditions()) {
+        if (errors_.usable()) warn_of_no_two_phase_pressure(sense);  // an equation without results
         finish(false);
         return false;
     }
@@ -327,7 +327,11 @@ void EOSolver::saturation_messages(const SaturationState& s) {
             "A saturation pressure (if one exists) could not be found\n"
             "because the upper search limit was still two-phase");
     else if (!found)
-        errors_.Warn(upper ? "A saturation pressure (if one exists) could not be found\n"
+        warn_of_no_two_phase_pressure(s.sense);
+}
+
+void EOSolver::warn_of_no_two_phase_pressure(int sense) {
+    errors_.Warn(sense > 0 ? "A saturation pressure (if one exists) could not be found\n"
                              "because no two-phase pressure could be found"
                            : "A dew-point pressure (if one exists) could not be found\n"
                              "because no two-phase pressure could be found");
