@@ -6,6 +6,7 @@
 #include "equil/EOS.h"
 #include "equil/Numerics.h"
 #include "equil/PVTCell.h"
+#include "equil/Saturation.h"
 #include "equil/SolverStats.h"
 #include "equil/WorkStack.h"
 #include "frame/ErrorList.h"
@@ -77,6 +78,22 @@ public:
     void flash();
     /// One Rachford-Rice solution at the cell's ln K.
     void flash_with_k();
+    /// Upper (sense > 0) or lower (sense < 0) saturation pressure at the cell's temperature. The
+    /// cell's pressure is where the search starts; without one it starts near the vapor pressure of
+    /// the feed taken as one component. True if it was found: the cell is then at that pressure,
+    /// with the incipient phase beside the feed. Otherwise the cell stays at its pressure. A feed
+    /// of one component gets its vapor pressure.
+    bool saturation(int sense);
+    /// Where the K-values of the tie-lines through the feed meet at one, by negative flashes from
+    /// the upper saturation pressure on. True if that saturation pressure was found.
+    bool convergence_pressure();
+    /// Vapor pressure of the feed taken as one component.
+    void vapor_pressure();
+    /// The temperature at which the feed taken as one component is critical, from a search that
+    /// starts at the cell's.
+    void critical_temperature();
+    /// The temperature sum(z Tc^2/Pc)/sum(z Tc/Pc).
+    void average_critical_temperature();
 
     // What calculations are made of.
     /// Feed fractions z = (w_feed feed + w_injection injection)/(w_feed + w_injection).
@@ -117,6 +134,12 @@ public:
     /// their trials are made.
     int third_phase_test(const PhaseState& x, const PhaseState& y, std::span<const double> ln_k,
                          PhaseState& trial, std::span<double> w, int& flags, bool swap_allowed);
+    /// A feed in equilibrium with an incipient phase, by Newton's method from the cell's pressure.
+    ///   trial  in/out     incipient phase
+    ///   ln_k   in/out  n  ln(trial/feed), an estimate in
+    ///   sense  in         +1: the feed is stable above the pressure sought, -1: below
+    /// Returns a SaturationEnd, times `sense` for a pressure found. That goes to the cell.
+    int saturation_newton(PhaseState& trial, std::span<double> ln_k, int sense);
     /// Writes phases and K-values into the cell after a flash.
     void publish(bool two_phase);
     /// Ends every calculation; if not `ok` the cell is left with one phase and K = 1.
@@ -137,6 +160,9 @@ private:
     struct TestState;
     struct FlashState;
     struct SavedSplit;
+    struct NewtonState;
+    struct SaturationState;
+    struct ConvergenceState;
 
     void bind_store();
     void bind_phases();
@@ -202,6 +228,46 @@ private:
     void publish_at_given_k(double lowest, double highest);
     void publish_one_phase();
     void publish_two_phases();
+
+    // saturation pressures: the Newton iteration
+    bool newton_trial(NewtonState& s);
+    void newton_evaluate(NewtonState& s);
+    bool newton_converged(NewtonState& s);
+    bool newton_is_stuck_at_limit(const NewtonState& s) const;
+    bool newton_step(NewtonState& s);
+    void newton_pressure_step(NewtonState& s) const;
+    void newton_substitution(NewtonState& s);
+    void newton_limit(NewtonState& s) const;
+    void newton_advance(NewtonState& s) const;
+    int newton_end(NewtonState& s, bool converged);
+
+    // saturation pressures: the search
+    void saturation_of_one_component(SaturationState& s, double P0);
+    void saturation_search(SaturationState& s);
+    void set_phase_pressures(double P);
+    void saturation_at(SaturationState& s, double P);
+    bool saturation_probe(SaturationState& s, double P);
+    bool saturation_contact(SaturationState& s, double P, int sense);
+    void saturation_first_contact(SaturationState& s);
+    bool saturation_far_side(SaturationState& s, double P);
+    void saturation_scan(SaturationState& s, double start);
+    bool saturation_approach(SaturationState& s);
+    void saturation_keep(SaturationState& s, bool proved);
+    bool saturation_is_unstable_outside(SaturationState& s);
+    void saturation_publish(SaturationState& s);
+    void saturation_withdraw(SaturationState& s, double P0);
+    void saturation_messages(const SaturationState& s);
+    void warn_of_no_two_phase_pressure(int sense);
+
+    // the feed as one component; convergence pressures
+    double one_component_pressure();
+    void publish_vapor_pressure(double P, double P_before);
+    bool is_below_critical(double T);
+    double search_critical_temperature(double T);
+    void convergence_save(ConvergenceState& s);
+    void convergence_publish(const ConvergenceState& s);
+    bool convergence_split(const ConvergenceState& s, double P);
+    bool convergence_search(ConvergenceState& s);
 
     PVTCell& cell_;
     ErrorList& errors_;

@@ -93,6 +93,39 @@ void PVTCell::flash_with_k() {
     }
 }
 
+bool PVTCell::saturation(int sense) {
+    if (prepare()) return EOSolver(*this).saturation(sense);
+    give_up();
+    return false;
+}
+
+bool PVTCell::convergence_pressure() {
+    if (prepare()) return EOSolver(*this).convergence_pressure();
+    give_up();
+    return false;
+}
+
+void PVTCell::vapor_pressure() {
+    if (prepare())
+        EOSolver(*this).vapor_pressure();
+    else
+        give_up();
+}
+
+void PVTCell::critical_temperature() {
+    if (prepare())
+        EOSolver(*this).critical_temperature();
+    else
+        give_up();
+}
+
+void PVTCell::average_critical_temperature() {
+    if (prepare())
+        EOSolver(*this).average_critical_temperature();
+    else
+        give_up();
+}
+
 CellConditions PVTCell::save() const {
     CellConditions saved;
     saved.temperature = temperature;

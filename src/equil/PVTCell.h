@@ -61,6 +61,19 @@ public:
     void flash();
     /// One Rachford-Rice solution at the K-values in ln_k.
     void flash_with_k();
+    /// Upper (sense > 0) or lower (sense < 0) saturation pressure at the cell's temperature; true
+    /// if it was found. The cell is then at that pressure with the incipient phase beside the feed,
+    /// otherwise at the pressure it had.
+    bool saturation(int sense);
+    /// Pressure where the tie-lines through the feed shrink to a point; true if the upper
+    /// saturation pressure, where the search starts, was found.
+    bool convergence_pressure();
+    /// Pressure at which the feed as one component has two phases of equal fugacity.
+    void vapor_pressure();
+    /// Sets the temperature at which the feed as one component is critical.
+    void critical_temperature();
+    /// Sets the temperature sum(z Tc^2/Pc)/sum(z Tc/Pc).
+    void average_critical_temperature();
     /// Restores the conditions and flashes from them; policies are put back afterwards.
     void restore_and_flash(const CellConditions& conditions, bool keep_init);
 

@@ -44,18 +44,6 @@ bool is_whole(double total, double tolerance) {
     return std::abs(total - 1.0) <= tolerance || std::abs(total - 100.0) <= 100.0 * tolerance;
 }
 
-/// Amounts of the target's components that the source knows by the same name; the others get 0.
-std::vector<double> amounts_by_name(const Charzation& source, std::span<const double> amounts,
-                                    const Charzation& target) {
-    std::vector<double> result(target.size(), 0.0);
-    for (std::size_t i = 0; i < target.size(); ++i) {
-        const int j = source.find_component(target.comps[i].name.text());
-        if (j >= 0 && static_cast<std::size_t>(j) < amounts.size())
-            result[i] = amounts[static_cast<std::size_t>(j)];
-    }
-    return result;
-}
-
 std::string quoted_name(const Charzation* charz, const std::string& if_unnamed) {
     if (!charz || charz->name.empty()) return if_unnamed;
     return "\"" + charz->name + "\" ";
@@ -216,18 +204,6 @@ bool Tank::normalize(double tolerance) {
     total_moles_ = 1.0;
     total_mass_ = sum(masses());
     return altered;
-}
-
-void Tank::convert(Charzation* target) {
-    // A characterization that grew under the tank leaves amounts that nobody can place.
-    if (!charz_ || !target || (target == charz_ && target->size() != n_)) {
-        rebind(target);
-        return;
-    }
-    if (target == charz_) return;
-    const std::vector<double> amounts = amounts_by_name(*charz_, moles(), *target);
-    rebind(target);
-    assign_moles(amounts, 1.0);
 }
 
 std::string conversion_message(const std::string& label, const Tank& tank, const Charzation* target,

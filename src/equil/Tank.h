@@ -45,9 +45,13 @@ public:
     /// Scales to one mole in all; true if the amounts were neither fractions nor percentages
     /// within `tolerance`. BadTank if empty, or if an amount is infinite.
     bool normalize(double tolerance);
-    /// Rewrites the amounts in another characterization: a component keeps the moles that its name
-    /// has in the source; one that the source does not know gets none. From or to no
-    /// characterization nothing is kept. UnconvertedTank if the conversion is impossible.
+    /// Rewrites the amounts in another characterization. What is carried over, moles or masses, is
+    /// conserved_basis(). A component keeps the amount that its name has in the source; one that is
+    /// a lump of source components takes their sum, weighted by the lump's factors; any other gets
+    /// none. Where the plus fraction of GAMMA SPLIT is in both, it goes from its components in the
+    /// source to those in the target by the gamma distribution, and only what is lighter goes by
+    /// name. From or to no characterization nothing is kept. UnconvertedTank, with the amounts
+    /// intact, if the conversion is impossible.
     void convert(Charzation* target);
 
     /// Recomputes masses and totals from `moles()`, after these were written in place.

@@ -16,6 +16,10 @@ PtrTo<const EOS> Charz_User::default_eos() const {
 Charzation& Charz_User::add_charzation(const Charzation& charz) {
     charzations_.push_back(make_dyn<Charzation>(charz));
     Charzation& added = *charzations_.back();
+    if (added.basis) {
+        const Charzation* base = find_charzation(*added.basis);
+        if (base && base != &added) added.take_lumps(*base);
+    }
     current(&added);
     return added;
 }
@@ -32,8 +36,12 @@ Charzation* Charz_User::find_charzation(const std::string& word) {
     return at == charzations_.rend() ? nullptr : at->get();
 }
 
+void Charz_User::add_lump(const Lump& lump) {
+    if (current_) current_->add_lump(lump);
+}
+
 bool Charz_User::knows_name(const std::string& word) const {
-    return current_ && current_->find_component(word) >= 0;
+    return current_ && (current_->find_component(word) >= 0 || current_->find_lump(word));
 }
 
 std::vector<double> Charz_User::base_fractions(const Charzation& base) const {

@@ -17,14 +17,16 @@ public:
 
     /// The equation of characterizations that choose none: the user's own choice, else PR79.
     virtual PtrTo<const EOS> default_eos() const;
-    /// Stores a copy, makes it current, returns it.
+    /// Stores a copy, makes it current, returns it. It knows the lumps of its base from then on.
     virtual Charzation& add_charzation(const Charzation& charz);
     /// Makes `next` current if it is not null; returns the current one (may be null).
     virtual Charzation* current(Charzation* next = nullptr);
     const Charzation* current() const { return current_; }
     /// The newest that answers to the word (name or alias), or null.
     Charzation* find_charzation(const std::string& word);
-    /// True if the word is a component of the current characterization.
+    /// Defines the lump on the current characterization, if any.
+    virtual void add_lump(const Lump& lump);
+    /// True if the word is a component or a lump of the current characterization.
     virtual bool knows_name(const std::string& word) const;
     /// Composition of the user's current mixture on `base`; ones here.
     virtual std::vector<double> base_fractions(const Charzation& base) const;

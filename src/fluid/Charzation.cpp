@@ -28,7 +28,8 @@ Charzation::Charzation(std::string charz_name) : Charzation() {
     name = std::move(charz_name);
 }
 
-// The commands that a block stored belong to the block that was read, not to its copies.
+// The commands that a block stored belong to the block that was read, not to its copies. Lumps
+// never change once they are defined, but each characterization has its own.
 Charzation::Charzation(const Charzation& other)
     : Key_User(),
       EOS_User(),
@@ -42,6 +43,7 @@ Charzation::Charzation(const Charzation& other)
       prepared(other.prepared),
       serial_(next_serial()) {
     chosen_eos = other.chosen_eos;
+    take_lumps(other);
 }
 
 Charzation& Charzation::operator=(const Charzation& other) {
@@ -55,6 +57,8 @@ Charzation& Charzation::operator=(const Charzation& other) {
     column_row = other.column_row;
     aliases = other.aliases;
     prepared = other.prepared;
+    lumps.clear();
+    take_lumps(other);
     block_closed = false;
     t_cache.clear();
     serial_ = next_serial();

@@ -8,6 +8,7 @@
 
 #include "equil/EOS_User.h"
 #include "fluid/Compnent.h"
+#include "fluid/Lump.h"
 #include "frame/ErrorList.h"
 #include "frame/Errors.h"
 #include "frame/PtrTo.h"
@@ -46,6 +47,14 @@ public:
     /// Index by user-word comparison, first match, or -1.
     int find_component(const std::string& word) const;
     void add_component(const Compnent& component);
+    /// The lump of that name, or null. It may be of another characterization (a base): check that
+    /// it fits before its factors are used.
+    const Lump* find_lump(const std::string& word) const;
+    /// Stores a copy in the place of a lump of the same name, or behind the others.
+    void add_lump(const Lump& lump);
+    /// Adds the lumps of `base` under names that have none here. Their factors stay those of the
+    /// base's components.
+    void take_lumps(const Charzation& base);
     /// True if the word is the name or one of the aliases.
     bool answers_to(const std::string& word) const;
 
@@ -86,10 +95,11 @@ public:
 
     std::string name;  ///< may be empty
     std::vector<Compnent> comps;
-    std::vector<double> bips;  ///< row by row, n*n, or empty
-    PtrTo<std::string> basis;  ///< name of the base characterization, or null
-    Table table;               ///< as typed, later as filled
-    Compnent column_row;       ///< column index of each property, UNSET for none
+    std::vector<double> bips;              ///< row by row, n*n, or empty
+    PtrTo<std::string> basis;              ///< name of the base characterization, or null
+    Table table;                           ///< as typed, later as filled
+    Compnent column_row;                   ///< column index of each property, UNSET for none
+    std::vector<PtrTo<const Lump>> lumps;  ///< in order of definition
     std::set<std::string, KeyLess> aliases;
     struct CachedTemperature {
         double T;
@@ -104,7 +114,18 @@ private:
     void check_names() const;
     /// The base named by `basis`; null with an entry in `errors` if it cannot be used.
     const Charzation* find_base(Charz_User& user, ErrorList& errors) const;
-    void take_base(const Charzation& base);
+    /// Index of each component in the base, -1 where its name is none there.
+    std::vector<int> base_map(const Charzation& base) const;
+    void take_base(const Charzation& base, std::span<const int> map, bool same_eos);
+    /// Builds the components that are lumps of the base: composition and temperature are `user`'s.
+    void build_lumps(const Charz_User& user, const Charzation& base, std::span<const int> map,
+                     bool same_eos);
+    /// Weights of each component's constituents in the base; empty for one that is no lump of it.
+    std::vector<std::vector<double>> lump_weights(const Charz_User& user, const Charzation& base,
+                                                  std::span<const int> map) const;
+    void fill_lumped_bips(const Charzation& base, std::span<const std::vector<double>> weights,
+                          std::span<const int> map);
+    void show_lumped_acentric(std::span<const std::vector<double>> weights);
     void take_base_bips(const Charzation& base, std::span<const int> map);
     void fill_column_row();
     void resize_bips(std::size_t old_size, std::size_t new_size);

@@ -1,6 +1,7 @@
 #include "equil/EOS.h"
 #include "fluid/Charz_User.h"
 #include "fluid/Charzation.h"
+#include "fluid/GammaSplit.h"
 
 namespace kestrane {
 
@@ -49,21 +50,23 @@ const Charzation* Charzation::find_base(Charz_User& user, ErrorList& errors) con
     return base;
 }
 
-void Charzation::take_base(const Charzation& base) {
-    if (!chosen_eos) chosen_eos = base.shared_eos();
-    const bool same_eos = eos().name() == base.eos().name();
-    table.CopyColumns(base.table);
-
+std::vector<int> Charzation::base_map(const Charzation& base) const {
     std::vector<int> map;
-    for (Compnent& component : comps) {
-        const int index = base.find_component(component.name.text());
-        map.push_back(index);
-        if (index < 0) continue;
+    for (const Compnent& component : comps)
+        map.push_back(base.find_component(component.name.text()));
+    return map;
+}
+
+void Charzation::take_base(const Charzation& base, std::span<const int> map, bool same_eos) {
+    table.CopyColumns(base.table);
+    for (std::size_t i = 0; i < size(); ++i) {
+        if (map[i] < 0) continue;
+        Compnent& component = comps[i];
         const Compnent typed = component;
-        if (index < base.table.rowCount)
-            base.table.TakeRow(index, component);
+        if (map[i] < base.table.rowCount)
+            base.table.TakeRow(map[i], component);
         else
-            component = base.comps[static_cast<std::size_t>(index)];
+            component = base.comps[static_cast<std::size_t>(map[i])];
         if (!same_eos) component.omega_a = component.omega_b = component.vol_shift = UNSET;
         overlay_typed(typed, component);
     }
@@ -95,7 +98,12 @@ void Charzation::initialize(Charz_User& user, ErrorList& errors) {
     if (basis) {
         const Charzation* base = find_base(user, errors);
         if (!base) return;
-        take_base(*base);
+        if (!chosen_eos) chosen_eos = base->shared_eos();
+        const bool same_eos = eos().name() == base->eos().name();
+        take_lumps(*base);
+        const std::vector<int> map = base_map(*base);
+        take_base(*base, map, same_eos);
+        build_lumps(user, *base, map, same_eos);
     } else if (!chosen_eos) {
         chosen_eos = user.default_eos();
     }
@@ -111,8 +119,9 @@ void Charzation::fill_properties() {
     for (Compnent& component : comps) component.fill_properties();
 }
 
-void Charzation::correlate(ErrorList&) {
+void Charzation::correlate(ErrorList& errors) {
     fill_lower_cuts();
+    fill_gamma_weights(*this, errors);
     fill_properties();
 }
 

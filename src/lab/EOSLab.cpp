@@ -4,6 +4,8 @@
 #include <limits>
 
 #include "equil/EOS.h"
+#include "fluid/LBC.h"
+#include "fluid/Sugden.h"
 #include "input/UserCmd.h"
 
 namespace kestrane {
@@ -103,6 +105,9 @@ void EOSLab::resetLaboratory() {
     cell_ = nullptr;
     forget_charzations();
     chosen_eos = nullptr;
+    lbc_coefficients() = LBC_DEFAULTS;
+    viscometer() = make_dyn<LBC>();
+    tension_model() = make_dyn<Sugden>();
     mixtures.clear();
     saved_temperatures.clear();
     saved_pressures.clear();
