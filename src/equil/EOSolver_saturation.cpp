@@ -1,5 +1,12 @@
 // Saturation pressures: the search for a pressure on each side of the boundary asked for, by
 // stability tests, around the Newton iteration that converges on it.
+//
+// The start is the cell's pressure, or the vapor pressure of the feed as one component, where a
+// feed of several is always unstable. From every stationary point of the tangent plane distance
+// Newton's method is tried; what it finds must lie on the right side of what the tests showed.
+// Where it fails the bracket is halved in ln P. A pressure found is tested outward to the limit: a
+// feed unstable farther out has its boundary there, or, if there is none, keeps the one found with
+// a warning.
 
 #include <algorithm>
 #include <array>
