@@ -44,8 +44,8 @@ void TwuMW_Cmd::Execute(Reader& reader);
 
 namespace {
 
-// SG = 0.8468 - 15.8/MW + a (0.2456 - 1.77/MW): R.H. Jacoby's chart of petroleum fractions as
-// fitted by C.H. Whitson, SPE 12233, 1983.
+// SG = 0.8468 - 15.8/MW + a (0.2456 - 1.77/MW) with the aromaticity factor a of R.H. Jacoby: 0 for
+// paraffinic fractions, 1 for aromatic ones.
 constexpr double JACOBY_SG0 = 0.8468;
 constexpr double JACOBY_SG1 = -15.8;
 constexpr double AROMATIC_SG0 = 0.2456;

@@ -47,7 +47,7 @@ TEST(File, RelativePathIsJoinedToItsBase) {
     EXPECT_EQ(full("oil.dat", "base"), "base/oil.dat");
     EXPECT_EQ(full("oil.dat", "base/"), "base/oil.dat");
     EXPECT_EQ(full("oil.dat", "/"), "/oil.dat");
-    EXPECT_EQ(full("sub/oil.dat", "/home/base"), "/home/base/sub/oil.dat");
+    EXPECT_EQ(full("sub/oil.dat", "/data/base"), "/data/base/sub/oil.dat");
 }
 
 TEST(File, AbsolutePathIgnoresItsBase) {
@@ -59,8 +59,8 @@ TEST(File, AbsolutePathIgnoresItsBase) {
 }
 
 TEST(File, ParentThenDirectoryThenDotGoesBesideTheBase) {
-    const File file = path("../other/./oil.dat", "/home/base");
-    EXPECT_EQ(file.directory, "/home/other");
+    const File file = path("../other/./oil.dat", "/data/base");
+    EXPECT_EQ(file.directory, "/data/other");
     EXPECT_EQ(file.name, "oil.dat");
     EXPECT_EQ(full("../other/./oil.dat", "base"), "other/oil.dat");
     EXPECT_EQ(full("..\\other\\.\\oil.dat", "home\\base"), "home/other/oil.dat");
