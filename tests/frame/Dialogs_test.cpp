@@ -1,6 +1,7 @@
 #include "frame/Dialogs.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -20,7 +21,8 @@ namespace fs = std::filesystem;
 class Dialogs : public testing::Test {
 protected:
     void SetUp() override {
-        directory_ = fs::path(testing::TempDir()) / "kestrane_dialogs";
+        directory_ =
+            fs::path(testing::TempDir()) / ("kestrane_dialogs_" + std::to_string(getpid()));
         fs::remove_all(directory_);
         fs::create_directories(directory_);
         Program::State& state = Program::state();

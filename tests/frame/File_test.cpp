@@ -1,6 +1,7 @@
 #include "frame/File.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -169,9 +170,7 @@ TEST(File, DefaultNameJoinsAtTheLastMark) {
 class FileOnDisk : public testing::Test {
 protected:
     void SetUp() override {
-        directory_ = fs::path(testing::TempDir()) /
-                     (std::string("kestrane_") +
-                      testing::UnitTest::GetInstance()->current_test_info()->name());
+        directory_ = fs::path(testing::TempDir()) / ("kestrane_files_" + std::to_string(getpid()));
         fs::remove_all(directory_);
         fs::create_directories(directory_);
     }
