@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "fluid/Compnent.h"
 #include "input/Units.h"

@@ -123,11 +123,6 @@ TEST_F(CorrelationKeys, RerunRestoresTheDefaults) {
     EXPECT_EQ(soreide().sg0, 0.2855);
 }
 
-TEST_F(CorrelationKeys, NotesMayBeUnwanted) {
-    CharzScript run("NOTES OFF\nJACOBY 0.1\n");
-    EXPECT_EQ(correlation_state().aromaticity, 0.1);
-}
-
 TEST_F(CorrelationKeys, UnknownWordEndsTheBlock) {
     const CharzScript run("SOR\nMW0 61\nNONSENSE 5\nTWUMW 0.8\n");
     EXPECT_EQ(soreide().mw0, 61.0);

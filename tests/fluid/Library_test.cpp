@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <climits>
 #include <cmath>
-#include <set>
+#include <string>
+#include <utility>
 
 #include "equil/Cubics.h"
 #include "fluid/Correlations.h"
