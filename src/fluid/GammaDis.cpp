@@ -45,7 +45,8 @@ double GammaDis::log_prefactor(double y) const {
     if (alpha < STIRLING_SHAPE) return alpha * std::log(y) - y - ln_gamma_alpha;
     constexpr double TWO_PI = 6.283185307179586;
     const double u = (y - alpha) / alpha;
-    return alpha * (std::log1p(u) - u) + 0.5 * std::log(alpha / TWO_PI) - stirling_remainder(alpha);
+    const double log_ratio = std::abs(u) < 0.5 ? std::log1p(u) : std::log(y / alpha);
+    return alpha * (log_ratio - u) + 0.5 * std::log(alpha / TWO_PI) - stirling_remainder(alpha);
 }
 
 /// Sum of y^k Gamma(alpha) / Gamma(alpha + 1 + k), k = 1, 2, ...: P1 over the prefactor.

@@ -86,7 +86,7 @@ private:
 
     void fit_beta(ErrorList& errors);
     Beyond beyond(double y, ErrorList& errors) const;
-    double remaining(const Point& from, double y, const Beyond& there) const;
+    double remaining(const Point& from, double d, const Beyond& there) const;
     Point point(double x, ErrorList& errors) const;
     double heavier_mass(const Point& at) const;
 

@@ -31,20 +31,19 @@ constexpr double NARROW_CHANGE = 2.0;  ///< of the logarithm of the density
 
 }  // namespace
 
-/// Share of what is beyond `from` that is beyond y too.
-double GammaDis::remaining(const Point& from, double y, const Beyond& there) const {
-    const double d = y - from.y;
-    if (d <= 0.0) return 1.0;
+/// Share of what is beyond `from` that is still there a scaled distance d > 0 farther out.
+double GammaDis::remaining(const Point& from, double d, const Beyond& there) const {
     return from.beyond.ratio / there.ratio * std::exp(alpha * std::log1p(d / from.y) - d);
 }
 
 GammaDis::Point GammaDis::point(double x, ErrorList& errors) const {
     if (x <= start_.x) return start_;
-    // The distance from the start is exact where the distance from the origin is rounded.
-    Point at{x, start_.y + (x - start_.x) / beta, 0.0, 0.0, {}};
+    // The distance from the start keeps digits that the one from the origin rounds off.
+    const double distance = (x - start_.x) / beta;
+    Point at{x, start_.y + distance, 0.0, 0.0, {}};
     at.beyond = beyond(at.y, errors);
     if (in_far_tail(start_.y)) {
-        at.moles = remaining(start_, at.y, at.beyond);
+        at.moles = remaining(start_, distance, at.beyond);
     } else {
         GammaIntegrals here;
         integrate(x, here, errors);
@@ -88,7 +87,7 @@ GammaDis::Cut GammaDis::cut(const Point& lower, const Point& upper, ErrorList& e
     const double change = width * (1.0 + std::abs(alpha - 1.0) / lower.y);
     if (width <= NARROW_WIDTH * lower.y && change <= NARROW_CHANGE) return narrow_cut(lower, width);
     if (in_far_tail(lower.y)) {
-        const double rest = remaining(lower, lower.y + width, upper.beyond);
+        const double rest = remaining(lower, width, upper.beyond);
         const double moment = lower.beyond.excess - rest * (width + upper.beyond.excess);
         return {lower.moles * (1.0 - rest), lower.x + beta * moment / (1.0 - rest)};
     }
