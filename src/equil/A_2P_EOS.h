@@ -87,6 +87,8 @@ protected:
     static void fill_pairs(T_Parms& record);
 
 private:
+    /// The acentric factor that has that m, or the nearest.
+    double omega_of_m(double M) const;
     /// Both roots of the cubic from A, p1 = c1 B and p2 = c2 B.
     static void solve_cubic(C_Parms& p, double p1, double p2);
     /// Sets the pressure and solves for the high root; true if there are two.

@@ -127,24 +127,31 @@ void fill_bips(const A_2P_EOS::T_Parms& parms, Charzation& target, std::size_t t
 
 }  // namespace
 
-void A_2P_EOS::omega_from_slope(double x, double dlog, double& omega, double& scale) const {
-    const double M = -2.0 * x * dlog;
-    scale = (M + 1.0) * (M + x) > 0.0 ? std::pow((M + 1.0) / (M + x), 2.0) : 0.0;
+double A_2P_EOS::omega_of_m(double M) const {
     double upper = omega_limit();
-    omega = upper;
-    if (upper < LARGEST && M >= m_of_omega(upper)) return;
+    if (upper < LARGEST && M >= m_of_omega(upper)) return upper;
     double lower = -LARGEST;
-    omega = 0.49;
+    double omega = 0.49;
     for (int round = 0; round < SLOPE_ROUNDS; ++round) {
         const double residual = m_of_omega(omega) - M;
         const double slope = dm_domega(omega);
-        if (std::fabs(residual) <= std::fabs(slope * omega * NUM_EPS)) return;
+        if (std::fabs(residual) <= std::fabs(slope * omega * NUM_EPS)) break;
         (residual > 0.0 ? upper : lower) = omega;
         omega -= residual / std::max(slope, NUM_EPS);
         if (omega > lower && omega < upper) continue;
         omega = 0.5 * lower + 0.5 * upper;
-        if (upper - lower <= std::fabs(omega) * NUM_EPS) return;
+        if (upper - lower <= std::fabs(omega) * NUM_EPS) break;
     }
+    return omega;
+}
+
+// Tr follows from the m that the acentric factor found has. Where no acentric factor has the m
+// asked for (beyond the limit, or within the jump of the later Peng-Robinson form) alpha/Tr is kept
+// all the same, and only its slope is not.
+void A_2P_EOS::omega_from_slope(double x, double dlog, double& omega, double& scale) const {
+    omega = omega_of_m(-2.0 * x * dlog);
+    const double m = m_of_omega(omega);
+    scale = (m + 1.0) * (m + x) > 0.0 ? std::pow((m + 1.0) / (m + x), 2.0) : 0.0;
 }
 
 void A_2P_EOS::derive_pseudo_component(const Charzation& source, Charzation& target, double T,
