@@ -69,6 +69,7 @@ std::string unable(const Charzation& charz, const CutOrder& order) {
     constexpr std::size_t WIDTH = 80;
     std::string text = "Unable to initialize MWs";
     if (!charz.name.empty()) text += " of characterization \"" + charz.name + "\"";
+    text += ".";
     std::string line = "The Gamma distribution of";
     const char* joint = " ";
     for (const std::size_t i : order.cuts()) {
