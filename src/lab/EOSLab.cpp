@@ -27,7 +27,7 @@ void set_levels(OutFile* file, int minimum, int print) {
 
 }  // namespace
 
-EOSLab::EOSLab() {
+EOSLab::EOSLab() : errors_(make_dyn<ErrorList>()) {
     SetDeferred(true);
     EOSLab::resetLaboratory();
 }
@@ -74,10 +74,10 @@ void EOSLab::runScript(Reader& reader) {
     counts.errorLimit = 1;
     counts.warningLimit = std::numeric_limits<std::int32_t>::max();
     reader.CheckLimits();
-    evaluate(reader, EvaluationMode::Final);
+    evaluateNow(reader, errors(), EvaluationMode::Final);
 }
 
-void EOSLab::evaluate(Reader& reader, EvaluationMode mode) {
+void EOSLab::evaluate(Reader& reader, ErrorList&, EvaluationMode mode) {
     mode_ = mode;
     reader.CheckLimits();
     ErrorCounts& counts = reader.errorCounts();
@@ -112,12 +112,15 @@ void EOSLab::resetLaboratory() {
     saved_temperatures.clear();
     saved_pressures.clear();
     saved_depths.clear();
+    separators.clear();
+    processes.clear();
+    collectors.clear();
     run_counts.clear();
     title.clear();
     subtitles.clear();
     for (const char* name : {"FEED", "EQL&", "EQV&", "NFL&", "NFV&", "INJ&"})
         mixtures.set(name, make_dyn<Tank>(name));
-    errors_ = make_dyn<ErrorList>();
+    errors_->Clear();
     cell_ = make_dyn<PVTCell>(find_mixture("FEED"), find_mixture("EQL"), find_mixture("EQV"),
                               find_mixture("NFL"), find_mixture("NFV"), errors_);
 }

@@ -7,15 +7,22 @@
 #include "fluid/Charz_User.h"
 #include "input/Reader.h"
 #include "lab/NamedTable.h"
+#include "regress/Fitter.h"
 
 namespace kestrane {
 
-/// Why the stored commands are being executed.
-enum class EvaluationMode : int { First = 0, Step = 1, Jacobian = 2, Reduction = 3, Final = 4 };
+class Collector;
+class Process;
+class Sep;
+
+/// Error of a calculated value in percent of `scale`, within -9999..9999: 9999 for an undefined
+/// one, -9999 for one that was not calculated. All in base units.
+double percent_error(double calculated, double measured, double scale);
 
 /// The laboratory: the session object that owns the cell and everything the script names. Its
-/// commands are stored while the script is read and executed afterwards, in script order.
-class EOSLab : public virtual EOS_User, public Charz_User {
+/// commands are stored while the script is read and executed afterwards, in script order. It is the
+/// model of a regression too: one evaluation is one pass over the stored commands.
+class EOSLab : public virtual EOS_User, public Charz_User, public Fitter {
 public:
     EOSLab();
 
@@ -32,8 +39,15 @@ public:
     /// error stops (FatalError) before anything is calculated.
     void runScript(Reader& reader);
     /// One pass over the stored commands on a laboratory built from nothing.
-    void evaluate(Reader& reader, EvaluationMode mode);
+    void evaluate(Reader& reader, ErrorList& errors, EvaluationMode mode) override;
     virtual void resetLaboratory();
+
+    /// One scalar of an experiment: a residual if `measured` was given (not UNSET), and if `writer`
+    /// prints, the calculated value or both with weight and error.
+    ///   scale  what the error is a percentage of, base units as the values
+    void compareValue(Writer& writer, const std::string& expt_name, const std::string& calc_name,
+                      const ValueWithUnit& measured, const ValueWithUnit& calculated, double scale,
+                      double weight);
 
     PVTCell& cell() { return *cell_; }
     const PVTCell& cell() const { return *cell_; }
@@ -50,8 +64,11 @@ public:
     NamedTable<ValueWithUnit> saved_temperatures;  ///< K
     NamedTable<ValueWithUnit> saved_pressures;     ///< Pa
     NamedTable<ValueWithUnit> saved_depths;        ///< m
-    std::string title;                             ///< heads the sections that follow
-    std::vector<std::string> subtitles;            ///< in order of arrival
+    NamedTable<PtrTo<Sep>> separators;
+    NamedTable<PtrTo<Process>> processes;
+    NamedTable<PtrTo<Collector>> collectors;
+    std::string title;                   ///< heads the sections that follow
+    std::vector<std::string> subtitles;  ///< in order of arrival
     /// Runs of each calculation command in this evaluation, by its error label.
     NamedTable<int> run_counts;
 

@@ -31,7 +31,7 @@ public:
     /// One more evaluation; what it reported alone.
     std::string evaluate(EvaluationMode mode) {
         report_.str("");
-        lab.evaluate(reader_, mode);
+        lab.evaluate(reader_, lab.errors(), mode);
         report_file_.flush();
         return report_.str();
     }
