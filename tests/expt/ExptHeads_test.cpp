@@ -291,7 +291,7 @@ TEST_F(ExptHeadsTest, OnlyEqualNamesOfOneFluidCollide) {
     const Charzation twins = fluid_of({"OTHER", "TWIN"}, {"twin"});
     heads.follow(twins, &script.writer);
     EXPECT_EQ(script.counts.warnings, 1u);
-    EXPECT_TRUE(script.says("Duplicate keyword \"K-twin\" ignored."));
+    EXPECT_TRUE(script.says("Duplicate keyword \"K-twin\" ignored"));
     EXPECT_TRUE(script.says("Duplicate keyword \"YWT-twin\" ignored."));
     EXPECT_FALSE(script.says("MW-twin"));
     // The component, which came first, answers; the lump has what only lumps have.
