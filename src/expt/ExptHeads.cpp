@@ -54,12 +54,12 @@ std::string with_name(const char* pattern, const std::string& name) {
 const AnyColHead& named_head(const NamedColumn& column, const UserWord& name, std::size_t entry) {
     using Identity = std::tuple<const NamedColumn*, std::string, std::size_t>;
     static std::map<Identity, ExptCompCol> made;
-    const auto [at, is_new] = made.try_emplace(
-        Identity{&column, name.key(), entry}, column.entries, entry,
-        std::vector{with_name(column.title, name.shown()),
-                    with_name(column.short_title, name.shown())},
-        std::vector{with_name(column.key, name.key())},
-        column.ratio ? &unit_set(UnitKind::Fraction) : nullptr, TAG_RESULT);
+    const auto [at, is_new] =
+        made.try_emplace(Identity{&column, name.key(), entry}, column.entries, entry,
+                         std::vector{with_name(column.title, name.shown()),
+                                     with_name(column.short_title, name.shown())},
+                         std::vector{with_name(column.key, name.key())},
+                         column.ratio ? &unit_set(UnitKind::Fraction) : nullptr, TAG_RESULT);
     return at->second;
 }
 
@@ -74,7 +74,7 @@ ExptData::ExptData(std::size_t component_count, std::size_t lump_count) {
 
 struct ExptHeads::State {
     HeadDictionary fixed;
-    HeadDictionary all;  ///< the fixed heads and those of the names followed
+    HeadDictionary all;                   ///< the fixed heads and those of the names followed
     std::vector<std::string> components;  ///< names whose heads are in `all`
     std::vector<std::string> lumps;
     std::set<std::string> reported;  ///< keywords that two names of a fluid share

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
+#include <random>
+#include <sstream>
 
 #include "expt/ExptScript.h"
 #include "frame/Errors.h"
@@ -150,9 +153,10 @@ TEST(ExpTable, ACopyForEachEvaluationUsesTheSameMemory) {
 }
 
 TEST(ExpTable, TheLeftmostOfTwoColumnsOnAFieldStands) {
-    TableScript at("PRES bar PSAT bar SATP1 bar GOR sm3/m3 GOR1 sm3/m3 M2 kmol M kmol T C TEMP F\n"
-                   "10       20       30        40         50          60      70     80  90\n"
-                   "END\n");
+    TableScript at(
+        "PRES bar PSAT bar SATP1 bar GOR sm3/m3 GOR1 sm3/m3 M2 kmol M kmol T C TEMP F\n"
+        "10       20       30        40         50          60      70     80  90\n"
+        "END\n");
     ASSERT_EQ(at.table.rowCount, 1);
     D columns;
     at.table.ReadRowBackward(columns);
@@ -186,8 +190,8 @@ TEST(ExpTable, StageAndColumnWeights) {
     expect_near(residuals_of(at.table, {2.0, 1.0, 0.5}), {-1.0, 0.0, 0.75, 10.0, -1.25});
     const auto statistics = at.table.statistics();
     expect_statistics(statistics[0], 0.5, (-2.0 + 1.5) / 3.5, std::sqrt((4.0 + 2.25) / 5.25), 3);
-    expect_statistics(statistics[1], 1.0, (10.0 - 1.25) / 2.5,
-                      std::sqrt((100.0 + 1.5625) / 4.25), 2);
+    expect_statistics(statistics[1], 1.0, (10.0 - 1.25) / 2.5, std::sqrt((100.0 + 1.5625) / 4.25),
+                      2);
 }
 
 TEST(ExpTable, ARowOfNoWeightCountsButMakesNoResidual) {
@@ -242,8 +246,9 @@ TEST(ExpTable, NegativeValuesScaleByTheirMagnitude) {
 }
 
 TEST(ExpTable, OnlyResultsAreCompared) {
-    TableScript at("STG TEMP C WGT FEED SATP bar GOR sm3/m3 LVIS cp\n"
-                   "1   20     1   OIL  100\nEND\n");
+    TableScript at(
+        "STG TEMP C WGT FEED SATP bar GOR sm3/m3 LVIS cp\n"
+        "1   20     1   OIL  100\nEND\n");
     at.calculate(1, &D::sat_pressure_1, 90e5);
     expect_near(residuals_of(at.table), {-10.0});
     ASSERT_EQ(at.table.statistics().size(), 3u);
@@ -300,8 +305,9 @@ TEST(ExpTable, ATableWithNothingMeasuredHasNoSummary) {
 }
 
 TEST(ExpTable, ColumnsStandByTagAndThenAsInTheScript) {
-    TableScript at("PRES bar GSG RV FEED SATP bar STG WGT T C\n"
-                   "100      0.7 2  OIL  90       4   0.5 25\nEND\n");
+    TableScript at(
+        "PRES bar GSG RV FEED SATP bar STG WGT T C\n"
+        "100      0.7 2  OIL  90       4   0.5 25\nEND\n");
     ASSERT_EQ(at.table.rowCount, 1);
     at.calculate(1, &D::gas_gravity, 0.7);
     at.calculate(1, &D::relative_volume_2, 2.0);
@@ -313,8 +319,9 @@ TEST(ExpTable, ColumnsStandByTagAndThenAsInTheScript) {
 }
 
 TEST(ExpTable, WhatIsSetTwiceStandsOnce) {
-    TableScript at("TEMP C PRES bar T K     PSAT bar SATP bar\n"
-                   "20     1        293.15  5        6\nEND\n");
+    TableScript at(
+        "TEMP C PRES bar T K     PSAT bar SATP bar\n"
+        "20     1        293.15  5        6\nEND\n");
     at.calculate(1, &D::sat_pressure_1, 5e5);
     EXPECT_EQ(at.report(),
               "Temperature   Pressure   Saturation Pressure   Saturation Pressure|\n"
@@ -326,8 +333,9 @@ TEST(ExpTable, WhatIsSetTwiceStandsOnce) {
 }
 
 TEST(ExpTable, EachColumnHasAUnitOfItsOwn) {
-    TableScript at("PRES bar SATP psia PSAT kPa  GOR scf/bbl Z\n"
-                   "100      1000      7000      500         0.9\nEND\n");
+    TableScript at(
+        "PRES bar SATP psia PSAT kPa  GOR scf/bbl Z\n"
+        "100      1000      7000      500         0.9\nEND\n");
     at.calculate(1, &D::sat_pressure_1, 7e6);
     at.calculate(1, &D::gor_1, 500.0 * 0.028316846592 / 0.158987294928 / 23.690444193546618);
     // 7 MPa are 1015.264... psia: 1.526% more than 1000.
@@ -376,10 +384,11 @@ TEST(ExpTable, CellsAreAtLeastAsWideAsTheirTitles) {
 }
 
 TEST(ExpTable, WeightsOfColumnsStandInALineOfTheirOwn) {
-    TableScript at("STG  PRES bar  Z     GSG\n"
-                   "WGT            0.25\n"
-                   "1    100       0.8   0.7\n"
-                   "2    50        0.9\nEND\n");
+    TableScript at(
+        "STG  PRES bar  Z     GSG\n"
+        "WGT            0.25\n"
+        "1    100       0.8   0.7\n"
+        "2    50        0.9\nEND\n");
     at.calculate(1, &D::z_factor_1, 0.818);
     at.calculate(2, &D::z_factor_1, 0.9);
     at.calculate(1, &D::gas_gravity, 0.7);
@@ -488,9 +497,157 @@ TEST(ExpTable, PrintsRowsThatWereOnlyRead) {
 }
 
 TEST(ExpTable, PlaceholdersAreReadOver) {
-    TableScript at("STG  ~  Z\n1    x  0.8\nEND\n");
+    TableScript at("STG  ~  Z\n1    q  0.8\nEND\n");
     at.calculate(1, &D::z_factor_1, 0.8);
     residuals_of(at.table);
     EXPECT_EQ(at.table.statistics().size(), 1u);
-    EXPECT_EQ(at.report().find('x'), std::string::npos);
+    EXPECT_EQ(at.report().find('q'), std::string::npos);
+}
+
+TEST(ExpTable, OddLinesAreReportedWithTheirPlaceAndReadingGoesOn) {
+    // A text where a number belongs ends the row and, as no row begins with it, the table.
+    TableScript text("STG  Z\n1    0.8\n2    oops\nEND\n");
+    EXPECT_EQ(text.table.rowCount, 2);
+    EXPECT_EQ(cells(text.table, "Z")[1], UNSET);
+    EXPECT_EQ(text.script.word(), "oops");
+    // What stands right of the last column's number is an error, and the rows go on.
+    TableScript longer("STG  Z\n1    0.8  5  6\n2    0.9\nEND\n");
+    EXPECT_TRUE(longer.script.says("not recognized in current context"));
+    EXPECT_TRUE(longer.script.says("line 2")) << longer.messages();
+    expect_near(cells(longer.table, "Z"), {0.8, 0.9});
+    // A word among the heads that is none is a column that is read over.
+    TableScript unknown("STG  WHAT  Z\n1    3     0.8\nEND\n");
+    EXPECT_TRUE(unknown.script.says("Keyword \"WHAT\" not recognized in current context"));
+    expect_near(cells(unknown.table, "Z"), {0.8});
+    // A unit that is missing is an error with a default.
+    TableScript unit("STG  SATP  Z\n1    3     0.8\nEND\n");
+    EXPECT_TRUE(unit.script.says("No units assigned to \"Saturation Pressure\" column"));
+    expect_near(cells(unit.table, "SATP"), {3e5});
+    // Results do not begin a table: the word is left to whoever reads on.
+    TableScript no_start("SATP bar\n20\n");
+    EXPECT_EQ(no_start.result, 0);
+    EXPECT_EQ(no_start.script.word(), "SATP");
+    EXPECT_EQ(TableScript("").result, -1);
+}
+
+TEST(ExpTable, UnitsMayStandInALineOfTheirOwn) {
+    TableScript at(
+        "STG  TEMP  PRES  SATP  GOR      LVIS\n"
+        "     F     psia  psia  scf/bbl  cp\n"
+        "1    160   3000  2620  768      0.5\n"
+        "END\n");
+    EXPECT_EQ(at.messages().find("No units"), std::string::npos);
+    EXPECT_NEAR(cells(at.table, "PRES")[0], 3000.0 / 0.00014503773773020918, 1e-6);
+    // 768 scf/bbl of gas at 60 F and 1 atm are 136.79 sm3/m3 over 23.69 m3/kmol.
+    EXPECT_NEAR(cells(at.table, "GOR")[0],
+                768.0 * 0.028316846592 / 0.158987294928 / 23.690444193546618, 1e-11);
+}
+
+TEST(ExpTable, FurtherBlocksJoinByWhatIsSet) {
+    TableScript at(
+        "PRES bar  Z\n100       0.8\n50        0.9\n"
+        "PRES bar  GSG\n50        0.7\nEND\n");
+    EXPECT_EQ(at.table.rowCount, 2);
+    EXPECT_EQ(cells(at.table, "GSG"), (std::vector<double>{UNSET, 0.7}));
+}
+
+namespace {
+
+/// A table of words that belong to tables, and of some that do not, in random places.
+std::string odd_table(std::mt19937& random) {
+    static const char* const words[] = {
+        "STG",  "PRES",    "bar", "psia", "TEMP", "F",  "SATP", "GOR",   "RV",    "Z-C1",
+        "FEED", "WGT",     "~",   "1",    "2",    "0",  "-3.5", "1e308", "2*",    "3*7",
+        "/",    "\"A B\"", "OIL", "END",  ";",    "\t", "%",    "DEN1",  "kg/m3", "LVIS",
+        "cp",   "1e-320",  "EOF", "&",    "\"",   "?",  "_x",   "STG",   "MI/V",  "scf/bbl"};
+    const auto pick = [&](std::size_t count) { return static_cast<std::size_t>(random()) % count; };
+    std::string text = "STG  PRES bar  SATP bar  RV   ";
+    for (std::size_t lines = 2 + pick(6); lines > 0; --lines) {
+        for (std::size_t count = pick(9); count > 0; --count)
+            text += words[pick(std::size(words))] + std::string(1 + pick(5), ' ');
+        text += '\n';
+        if (pick(2) == 0)
+            text += "1    100       90        2    " + std::string(pick(20), ' ') + "0.5\n";
+    }
+    return text;
+}
+
+/// Measured cells that make residuals.
+std::size_t measured_cells(const ExpTable& table) {
+    std::size_t count = 0;
+    for (const auto& column : table.columns) {
+        const auto* results = dynamic_cast<const DataColumn<double>*>(column.get());
+        const bool weighs = column->weight == UNSET || column->weight > 0.0;
+        if (!results || results->head->priority >= TAG_LABEL || !weighs) continue;
+        for (int row = 0; row < table.rowCount; ++row)
+            count += results->cells[static_cast<std::size_t>(row)] != UNSET;
+    }
+    return count;
+}
+
+/// The widths of the head lines, the rows and the two rules are one.
+void expect_even(const std::string& report, int rows) {
+    std::size_t width = std::string::npos;
+    std::istringstream lines(report);
+    std::string line;
+    for (int i = 0; i < rows + 5 && std::getline(lines, line); ++i) {
+        if (width == std::string::npos) width = line.size();
+        EXPECT_EQ(line.size(), width) << report;
+    }
+}
+
+}  // namespace
+
+TEST(ExpTable, OddTablesAreReadComparedAndPrinted) {
+    std::mt19937 random(20);
+    int tables = 0;
+    std::size_t residuals = 0;
+    for (int trial = 0; trial < 2000; ++trial) {
+        const std::string text = odd_table(random);
+        SCOPED_TRACE(text);
+        TableScript at(text);
+        ExpTable& table = at.table;
+        if (at.result <= 0) continue;
+        ++tables;
+        D data;
+        data.gor_1 = 1e300;
+        data.sat_pressure_1 = UNDEFINED;
+        data.relative_volume_2 = std::numeric_limits<double>::infinity();
+        for (int row = 0; row < table.rowCount; row += 2) table.PutRow(row, data);
+        if (trial % 3 == 0) table.InsertBlankRow(trial % 4);
+        if (trial % 5 == 0) table.DeleteRow(trial % 2);
+        const std::size_t count = residuals_of(table).size();
+        EXPECT_EQ(count, measured_cells(table));
+        residuals += count;
+        for (const ColumnStatistics& each : table.statistics()) {
+            EXPECT_LE(std::abs(each.bias), 9999.0 * (1.0 + 1e-12));
+            EXPECT_LE(each.rms, 9999.0 * (1.0 + 1e-12));
+        }
+        expect_even(at.report(), table.rowCount);
+        const ExpTable copy = table;
+        EXPECT_EQ(copy.rowCount, table.rowCount);
+    }
+    // The mixture is rich enough to say something.
+    EXPECT_GT(tables, 1000);
+    EXPECT_GT(residuals, 500u);
+}
+
+TEST(ExpTable, SegregationComparesTheConditionsOfItsDepths) {
+    TableScript at(
+        "DEPTH m  TEMP C  PRES bar  ZONE\n1000     80      200       OIL\n1100     \nEND\n",
+        ExptHeads::segregation());
+    at.calculate(1, &D::pressure, 210e5);
+    at.calculate(1, &D::temperature, 353.15);
+    at.calculate(2, &D::pressure, 220e5);
+    expect_near(residuals_of(at.table), {0.0, 5.0});
+    EXPECT_EQ(at.report(),
+              " Depth    Fluid Zone     Temperature       Pressure   |\n"
+              "  (m)                        (C)             (bar)    |\n"
+              "                         Calc    Expt     Calc    Expt|\n"
+              "-------   ----------   --------------   --------------|\n"
+              "1000.00          OIL   80.000  80.000   210.00  200.00|\n"
+              "1100.00                                 220.00        |\n"
+              "-------   ----------   --------------   --------------|\n"
+              "RMS % Err:                  0.00             5.00     |\n"
+              "Ave % Bias:                 0.00             5.00     |\n");
 }
