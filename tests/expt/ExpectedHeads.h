@@ -25,7 +25,8 @@ struct ExpectedHead {
     PrintFigures figures{4, 7, 5};
 };
 
-// clang-format off: one head, one entry
+// One head, one entry.
+// clang-format off
 inline constexpr const char* RATIO = "fraction";
 
 inline const std::vector<ExpectedHead>& expected_set_conditions() {
