@@ -232,8 +232,10 @@ void GammaWeight_Cmd::Read(Reader& reader, const std::string&) {
     const std::string what = read_word(reader);
     const bool of_mean =
         KeyCompare("AVE&", what.c_str()) == 0 || KeyCompare("TOT&", what.c_str()) == 0;
-    if (!of_mean && !check_component(reader, user(), what, true)) return;
-    if (reader.NextDouble(value, 0.0) <= 0 || value == UNSET) {
+    const bool known = of_mean || check_component(reader, user(), what, true);
+    const bool given = reader.NextDouble(value, 0.0) > 0 && value != UNSET;
+    if (!known) return;
+    if (!given) {
         report_while_reading(reader, "The weight of \"" + what + "\" was not specified.",
                              {"A number is required here."});
         return;

@@ -243,6 +243,21 @@ TEST(GammaFit, ReplayGivesTheSameReport) {
     EXPECT_NE(run.report().find("Gamma Distribution Fit"), std::string::npos);
 }
 
+/// C7+ of a gas condensate, published as a distribution of shape 1 above 90 with mean 143, and as
+/// the five points of its Gauss-Laguerre quadrature that stand for it. A point is not the mean of a
+/// cut of that weight, but a fit to the points comes back to the neighbourhood.
+TEST(GammaFit, PublishedQuadratureOfACondensate) {
+    const LabRun run(
+        "CONSERVE MOLES\nCHAR Condensate\nNAME MW       SG\n"
+        "F1   98.5485  0.8\nF2   135.843  0.8\nF3   206.649  0.8\nF4   319.826  0.8\n"
+        "F5   500      0.8\nEND\nEND\n"
+        "MIX Plus F1 2.42273 F2 2.89212 F3 1.28519 F4 0.236714 F5 0.0132213\n"
+        "GAMMA\nSHAPE 1.5 0.3 4\nAVERAGE 1 0.9 1.1\nBOUND 0.95 0.8 1.0\nFIT Plus F1\nEND\nEND\n");
+    EXPECT_NEAR(gamma_state().current[SHAPE], 1.0, 0.15);
+    EXPECT_NEAR(gamma_state().current[AVERAGE], 143.0, 2.0);
+    EXPECT_NEAR(gamma_state().current[BOUND], 90.0, 4.0);
+}
+
 TEST(GammaFit, MissingBoundaryIsTold) {
     const Cuts cuts = six_cuts(SHAPES[0]);
     const LabRun run(fluid(cuts, false) + "GAMMA\nFIT Oil F1 AMOUNTS\nEND\nEND\n");
