@@ -32,6 +32,7 @@ public:
     /// Runs the fit; the reader that goes with it reads nothing.
     void run() { fit(reader_, errors); }
     void once(EvaluationMode mode) { evaluateNow(reader_, errors, mode); }
+    Reader& reader() { return reader_; }
     int count(EvaluationMode mode) const {
         return static_cast<int>(std::count(modes.begin(), modes.end(), mode));
     }

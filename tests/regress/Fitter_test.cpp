@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "FitterProblem.h"
+#include "equil/AllocationCount.h"
 #include "frame/Errors.h"
 
 namespace kestrane {
@@ -255,6 +256,37 @@ TEST(Fitter, TwentyFiveIterationsAreEnough) {
     not_enough.run();
     EXPECT_EQ(not_enough.iteration_count, 26);
     EXPECT_EQ(only_message(not_enough), "Regression failed to converge");
+}
+
+/// A quartic valley whose evaluation allocates nothing.
+class QuietFitter final : public Fitter {
+public:
+    void evaluate(Reader&, ErrorList&, EvaluationMode) override {
+        addResidual(std::pow(variable_value(0), 4.0), 1.0);
+        addResidual(std::pow(variable_value(1), 4.0), 1.0);
+        addResidual(variable_value(0) * variable_value(1), 1.0);
+    }
+};
+
+/// However many iterations, a fit allocates the same few arrays.
+TEST(Fitter, IterationsAllocateNothing) {
+    std::vector<long> made;
+    FitterProblem reading([](const Values&) { return Values{}; });
+    for (const int limit : {1, 5, 20}) {
+        QuietFitter fitter;
+        fitter.addVariable("x", 300.0, -1.0, 2000.0);
+        fitter.addVariable("y", 200.0, -1.0, 150.0);
+        fitter.iteration_limit = limit;
+        ErrorList errors;
+        const AllocationCount count;
+        fitter.fit(reading.reader(), errors);
+        // A note that the limit was reached is an object, its count of owners and its text.
+        made.push_back(count.made() - static_cast<long>(3 * errors.entries.size()));
+        EXPECT_GE(fitter.iteration_count, std::min(limit, 15));
+    }
+    EXPECT_EQ(made[0], made[1]);
+    EXPECT_EQ(made[1], made[2]);
+    EXPECT_EQ(made[0], 5);  // one block, residuals, two matrices, column pointers
 }
 
 TEST(Fitter, ErrorsInsideAColumnPutTheStartBack) {
