@@ -188,7 +188,7 @@ void EOSLab::execute_all(Reader& reader) {
 }
 
 void EOSLab::report_rms(Writer& writer) const {
-    const int count = new_residual_count();
+    const auto count = static_cast<int>(pending_residuals());
     if (count == 0) return;
     note_on_console(writer, fixed_text(rms(), 4) + " % RMS average weighted error for " +
                                 counted(count, "measurement") + ".");
@@ -212,10 +212,10 @@ void EOSLab::reportVariables(const Writer& writer) const {
     int active = 0;
     for (std::size_t number = 0; number < variable_count(); ++number)
         table.AddRow(variable_row(*this, number, active));
-    const std::string title = variables_title();
+    const std::string heading = variables_title();
     report.Newlines(1);
-    report.Line(title);
-    report.Line(std::string(title.size(), '='));
+    report.Line(heading);
+    report.Line(std::string(heading.size(), '='));
     table.Print(report.fileList, 2, 1, 0);
     report.Newlines(1);
 }
