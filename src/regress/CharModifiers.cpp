@@ -32,6 +32,7 @@ void add_column(Charzation& charz, const DataColHead<double>& column) {
 
 /// Two forms of one property. What follows from the one that was changed must not win over it.
 void settle_pair(Compnent& c, const double* changed) {
+    // Volume at a Z-factor of 1.
     const double volume_of_one = c.tc > 0.0 && c.pc > 0.0 ? GAS_CONSTANT * c.tc / c.pc : UNSET;
     const auto volumes = [&](double& z, double& v) {
         if (volume_of_one == UNSET) return;
@@ -42,6 +43,17 @@ void settle_pair(Compnent& c, const double* changed) {
     volumes(c.visc_zc, c.visc_vc);
     if (changed == &c.omega_a) c.a_mod = UNSET;
     if (changed == &c.omega_b) c.b_mod = UNSET;
+}
+
+/// A critical volume or Z-factor that follows from what is known counts as known.
+void derive_volume(Compnent& c, const Compnent& column_row, const double* wanted) {
+    for (const Property property :
+         {&Compnent::zc, &Compnent::vc, &Compnent::visc_zc, &Compnent::visc_vc}) {
+        if (&(c.*property) != wanted || *wanted != UNSET) continue;
+        Compnent settled = c;
+        settled.reconcile_volumes(column_row);
+        if (settled.*property > 0.0) c.*property = settled.*property;
+    }
 }
 
 std::string name_of(const Charzation& charz, int component) {
@@ -122,6 +134,7 @@ void CompMod::apply(Writer& writer) {
 
 void CompMod::change(Writer& writer, Charzation& charz, Compnent& component) const {
     double& field = *column_.CellPointer(component);
+    derive_volume(component, charz.column_row, &field);
     if (!operate(field)) {
         report_refusal(writer, field, column_.BestName(-1) + " of " + component.name.shown());
         return;

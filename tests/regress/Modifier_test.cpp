@@ -60,10 +60,6 @@ TEST(CompMod, EveryColumnIsATarget) {
     EXPECT_DOUBLE_EQ(after("MUL PCHOR OF X2 0.5", &Compnent::parachor), 150.0);
 }
 
-TEST(CompMod, AnEmptyValueLeavesAMultipleAsItIs) {
-    EXPECT_DOUBLE_EQ(after("MUL TC OF X2 BY ,", &Compnent::tc), 540.0);
-}
-
 // The other form of a property must not undo the change.
 TEST(CompMod, OfTwoFormsOfAPropertyTheChangedOneWins) {
     const double vc = 0.27 * GAS_CONSTANT * 540.0 / 3e6;
@@ -78,7 +74,7 @@ TEST(CompMod, OfTwoFormsOfAPropertyTheChangedOneWins) {
 
 // Completion drops what has no column; a changed property gets one.
 TEST(CompMod, AMissingColumnIsAdded) {
-    LabRun run("CHAR F\nNAME MW TC(K) PC(bar)\nC1\nX 100 540 30\nEND\n"
+    LabRun run("CHAR F\nNAME MW  TC(K) PC(bar)\nC1\nX    100 540   30\nEND\n"
                "REP AF OF X 0.35\nREP PCHOR OF X 280\nEND\n");
     EXPECT_EQ(run.counts.errors, 0);
     EXPECT_DOUBLE_EQ(component(run, 1).acentric, 0.35);
@@ -128,7 +124,7 @@ TEST(CompMod, VariablesAreMadeInTheBlockToo) {
 }
 
 TEST(CompMod, UndefinedResultsAreRefused) {
-    LabRun run("CHAR F\nNAME MW TC(K) PC(bar) PCHOR\nC1\nX 100 540 30\nEND\n"
+    LabRun run("CHAR F\nNAME MW  TC(K) PC(bar) PCHOR\nC1\nX    100 540   30\nEND\n"
                "MUL PCHOR OF X BY 2\nMUL PCHOR OF X BY 0\nDIV PCHOR OF X BY 0\nDIV PCHOR OF X BY 1\n"
                "INCR PCHOR OF X BY 1\nDECR PCHOR OF X BY 0\nDIV TC OF X BY 0\n"
                "MUL TC OF X BY 1e308\nEND\n");
@@ -191,7 +187,7 @@ TEST(BIPsMod, WithoutATableTheyBeginAtZero) {
 }
 
 TEST(BIPsMod, ABlankOfTheTableIsZero) {
-    LabRun run(fluid("INCR BIP OF X2 WITH X3 BY 0.04\n", "BIPS X1\nX2 0.01\nX3 0.02\n"));
+    LabRun run(fluid("INCR BIP OF X2 WITH X3 BY 0.04\n", "BIPS X1\nX2   0.01\nX3   0.02\n"));
     EXPECT_EQ(run.counts.warnings, 0);
     EXPECT_DOUBLE_EQ(bip(run, 2, 1), 0.04);
 }
@@ -225,8 +221,8 @@ TEST(Chueh, TakesTheCriticalVolumes) {
 // With r = (Vc2/Vc1)^(1/3) the rule is k = 1 - (2 sqrt(r)/(1 + r))^E; Vc2 = 8 Vc1 gives
 // k = 1 - (2 sqrt(2)/3)^E, for E = 2 one ninth.
 TEST(Chueh, HandValue) {
-    LabRun run("CHAR F\nNAME MW TC(K) PC(bar) VC(m3/kmol) AF\nX1 16 190 46 0.08 0\n"
-               "X2 142 617 21 0.64 0.49\nEND\nREP CHU OF X1 WITH X2 BY 2\nEND\n");
+    LabRun run("CHAR F\nNAME MW  TC(K) PC(bar) VC(m3/kmol) AF\nX1   16  190   46      0.08        0\n"
+               "X2   142 617   21      0.64        0.49\nEND\nREP CHU OF X1 WITH X2 BY 2\nEND\n");
     EXPECT_NEAR(bip(run, 0, 1), 1.0 / 9.0, 1e-14);
     EXPECT_NEAR(bip(run, 1, 0), 1.0 / 9.0, 1e-14);
 }
@@ -238,8 +234,9 @@ TEST(Chueh, AnExponentOfZeroMeansNoInteraction) {
 }
 
 TEST(Chueh, WithoutAVolumeAParameterStays) {
-    LabRun run("CHAR F\nNAME MW TC(K) PC(bar) AF\nX1 16 190 46 0\nX2 100 540 30 0.3\nX3 200\n"
-               "BIPS X1 X2\nX2 0.01\nX3 0.02 0.03\nEND\nCHU OF X1 TO X3 BY 1\nEND\n");
+    LabRun run("CHAR F\nNAME MW  TC(K) PC(bar) AF\nX1   16  190   46      0\n"
+               "X2   100 540   30      0.3\nX3   200\n"
+               "BIPS X1   X2\nX2   0.01\nX3   0.02 0.03\nEND\nCHU OF X1 TO X3 BY 1\nEND\n");
     EXPECT_TRUE(run.reports(
         "WARNING: Problem for Chueh-Prausnitz correlation  ######\n"
         "Problem for keyword \"CHU\" (line 10, column 1, standard input).\n"
@@ -286,7 +283,8 @@ TEST(TankMod, PassesDoNotCompound) {
 }
 
 TEST(TankMod, AMixtureOfAnotherFluidKeepsToIt) {
-    LabRun run(MIXTURE + "CHAR Other\nNAME MW TC(K) PC(bar)\nX1 16 190 46\nX2 100 540 30\nEND\nEND\n"
+    LabRun run(MIXTURE + "CHAR Other\nNAME MW  TC(K) PC(bar)\nX1   16  190   46\n"
+                         "X2   100 540   30\nEND\nEND\n"
                          "MUL MOLES OF X2 IN FEED BY 10\n");
     const auto feed = run.lab.find_mixture("FEED");
     EXPECT_EQ(feed->n(), 3);
@@ -297,11 +295,12 @@ TEST(TankMod, AMixtureThatRefusesEndsTheRun) {
     LabRun run(MIXTURE + "MUL MOLES OF X1 IN FEED BY 1e300\nMUL MOLES OF X1 TO X3 IN FEED BY 1e8\n");
     EXPECT_TRUE(run.stopped);
     EXPECT_TRUE(run.reports("FATAL ERROR: Could not modify mixture \"FEED\"  ######\n"
-                            "Problem for keyword \"MUL\" (line 9, column 1, standard input).\n"
+                            "Problem for keyword \"MUL\" (line 10, column 1, standard input).\n"
                             "The mixture's amount exceeds the range of numbers.\n"))
         << run.report();
 
-    LabRun unlike(MIXTURE + "CHAR Other\nNAME MW TC(K) PC(bar)\nY1 16 190 46\nY2 100 540 30\nEND\n"
+    LabRun unlike(MIXTURE + "CHAR Other\nNAME MW  TC(K) PC(bar)\nY1   16  190   46\n"
+                            "Y2   100 540   30\nEND\n"
                             "END\nMUL MOLES OF Y2 IN FEED BY 10\nNOTE here\n");
     EXPECT_EQ(unlike.stopped, unlike.reports("Could not modify mixture")) << unlike.report();
 }
@@ -345,6 +344,12 @@ TEST(GlobalMods, EachPassBeginsAtTheDefaults) {
                "INCR SOR SG0 0.1\nDIV SOR CF 2\nDECR TWUMW 0.25\nMUL GAMMA SHAPE BY 3\n"
                "REP GAMMA AVERAGE 200\n");
     EXPECT_EQ(run.counts.errors, 0) << run.report();
+    for (const char* text :
+         {"Multiplying LBC P0 by 2  ", "Multiplying Soreide MW0 by 2  ",
+          "Replacing Soreide MW1 by 0.2  ", "Increasing Soreide SG0 by 0.1  ",
+          "Dividing Soreide SG1 by 2  ", "Decreasing Twu MW damping factor by 0.25  ",
+          "Multiplying Gamma shape by 3  "})
+        EXPECT_TRUE(run.reports(text)) << text;
     for (int pass = 0; pass < 3; ++pass) {
         EXPECT_DOUBLE_EQ(lbc_coefficients()[0], 0.2046);
         EXPECT_DOUBLE_EQ(lbc_coefficients()[5], 0.2);
@@ -358,16 +363,11 @@ TEST(GlobalMods, EachPassBeginsAtTheDefaults) {
         EXPECT_DOUBLE_EQ(gamma_state().current[AVERAGE], 200.0);
         run.evaluate(EvaluationMode::Step);
     }
-    for (const char* text :
-         {"Multiplying LBC P0 by 2  ", "Multiplying Soreide MW0 by 2  ",
-          "Replacing Soreide MW1 by 0.2  ", "Increasing Soreide SG0 by 0.1  ",
-          "Dividing Soreide SG1 by 2  ", "Decreasing Twu MW damping factor by 0.25  ",
-          "Multiplying Gamma shape by 3  "})
-        EXPECT_TRUE(run.reports(text)) << text;
 }
 
 TEST(GlobalMods, JacobyChoosesItsForm) {
     LabRun run("JACOBY 0.2\nINCR JACOBY BY 0.3\n");
+    EXPECT_TRUE(run.reports("UPDATE: Increasing Jacoby factor by 0.3  ******"));
     for (int pass = 0; pass < 2; ++pass) {
         EXPECT_DOUBLE_EQ(correlation_state().aromaticity, 0.5);
         EXPECT_DOUBLE_EQ(correlation_state().soreide.mw0, 0.0);
@@ -376,7 +376,6 @@ TEST(GlobalMods, JacobyChoosesItsForm) {
         EXPECT_DOUBLE_EQ(correlation_state().soreide.sg0, 0.8468 + 0.2456 * 0.5);
         run.evaluate(EvaluationMode::Step);
     }
-    EXPECT_TRUE(run.reports("UPDATE: Increasing Jacoby factor by 0.3  ******"));
 }
 
 TEST(GlobalMods, ValuesAreKeptInTheirLimits) {
@@ -419,7 +418,7 @@ TEST(ReadingErrors, HaveTheirTexts) {
     expect("MUL WHAT OF X1 BY 2", "Keyword \"WHAT\" not recognized in current context", true);
     expect("MUL NAME OF X1 BY 2", "Keyword \"NAME\" not recognized in current context", true);
     expect("REP TC OF X1 BY 200",
-           "ERROR: Cannot replace Critical Temperature of X1 by 200 without valid units  ", true);
+           "\nCannot replace Critical Temperature of X1 by 200 without valid units.\n", true);
     expect("REP TC OF X1 BY 200", "To allow further input, units of \"K\" will be assumed.", true);
     expect("REP TEMP 200", "ERROR: Cannot replace temperature by 200 without valid units  ", false);
     expect("REP TEMP 200", "To allow further input, units of \"C\" will be assumed.", false);
