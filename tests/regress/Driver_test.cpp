@@ -109,6 +109,17 @@ TEST(Driver, WarningsOfSilentPassesArePrinted) {
     EXPECT_EQ(run.times("WARNING: Could not multiply temperature by "), run.counts.warnings);
 }
 
+TEST(Driver, SilentPassesWriteNothing) {
+    DriverRun run(FLUID + "TITLE Study\nNOTE text\nSTAB ON\nTEMP 350 K\nPRES 60 bar\nFLASH\n" + SATP +
+                  "TCRIT\nMIX M C1 1\nMUL TEMP BY 1.01\nTIME\nJACOBY\nTWUMW 0.5\nLBC\nP0 0.11\nEND\n");
+    const std::size_t report = run.report().size(), console = run.console().size();
+    for (const EvaluationMode mode :
+         {EvaluationMode::Step, EvaluationMode::Jacobian, EvaluationMode::Reduction})
+        run.evaluate(mode);
+    EXPECT_EQ(run.report().size(), report);
+    EXPECT_EQ(run.console().size(), console);
+}
+
 TEST(Driver, AFatalErrorOfATrialEndsTheFitAndNotTheRun) {
     const DriverRun run("VAR x 1 0 2\n" + FLUID + "XFATAL x 1.5 0\n" + SATP + "XRES x 1.8 1\n");
     EXPECT_FALSE(run.stopped);
