@@ -153,8 +153,8 @@ BIPsMod::BIPsMod(const Command& owner, const Char_Cmd& block, const std::string&
       first_(read_range(reader, block.charz)) {
     static const Keyword with{"WITH"};
     const LineLimitScope one_line(reader, 0);
-    second_ = next_word_is(reader, with) ? read_range(reader, block.charz)
-                                         : all_components(block.charz);
+    second_ =
+        next_word_is(reader, with) ? read_range(reader, block.charz) : all_components(block.charz);
     target_ = title + first_.text + " with " + second_.text;
     read_operand(reader, nullptr);
 }

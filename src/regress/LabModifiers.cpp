@@ -39,7 +39,8 @@ const std::array<Keyword, GAMMA_PARAMETERS>& gamma_words() {
     return words;
 }
 
-/// Operates on one of the cell's conditions. It stays in its unit, unless it is replaced. What is operated on is in base units, so that multiples are those of the absolute scale.
+/// Operates on one of the cell's conditions. It stays in its unit, unless it is replaced. What is
+/// operated on is in base units, so that multiples are those of the absolute scale.
 template <class Refuse>
 void change_condition(const Modifier& modifier, ValueWithUnit& condition, Refuse refuse) {
     const bool had_value = condition.value != UNSET;
@@ -110,8 +111,8 @@ void TankMod::apply(Writer& writer) {
 }
 
 void TankMod::change(Writer& writer, Tank& tank) const {
-    const auto present = by_mass_ ? std::span<const double>(tank.masses())
-                                  : std::span<const double>(tank.moles());
+    const auto present =
+        by_mass_ ? std::span<const double>(tank.masses()) : std::span<const double>(tank.moles());
     std::vector<double> amounts(present.begin(), present.end());
     const CompRange range = range_in(tank, first_, last_);
     for (int i = range.first; i <= range.last; ++i) {
@@ -148,9 +149,8 @@ TempMod::TempMod(const Command& owner, EOSLab& lab, Reader& reader)
 
 void TempMod::apply(Writer& writer) {
     Modifier::apply(writer);
-    change_condition(*this, lab_.cell().temperature, [&](double temperature) {
-        report_refusal(writer, temperature, target_);
-    });
+    change_condition(*this, lab_.cell().temperature,
+                     [&](double temperature) { report_refusal(writer, temperature, target_); });
 }
 
 PresMod::PresMod(const Command& owner, EOSLab& lab, Reader& reader)
@@ -254,9 +254,9 @@ void Mod_Gamma::apply(Writer& writer) {
     const double legal = std::clamp(value, GAMMA_MINIMUM[parameter_], GAMMA_MAXIMUM[parameter_]);
     gamma_state().current[parameter_] = legal;
     if (legal != value && writer.reportLevel <= WARNING)
-        writer.Warning({"Illegal modification of " + target_ + ".", place(),
-                        "The parameter went out of bounds and was reset to " +
-                            general_text(legal) + "."});
+        writer.Warning(
+            {"Illegal modification of " + target_ + ".", place(),
+             "The parameter went out of bounds and was reset to " + general_text(legal) + "."});
 }
 
 void Mod_Gamma::rerun() {
@@ -302,10 +302,10 @@ Made make_keyed(const Command& owner, EOSLab& lab, Reader& reader,
     return key < COUNT ? Made(new M(owner, lab, key, reader)) : Made();
 }
 Made make_lbc(const Command& owner, EOSLab& lab, Reader& reader) {
-    return make_keyed<Mod_LBC, LBC_COUNT>(
-        owner, lab, reader, [](std::size_t key, const std::string& word) {
-            return KeyCompare(LBC_NAMES[key], word.c_str()) == 0;
-        });
+    return make_keyed<Mod_LBC, LBC_COUNT>(owner, lab, reader,
+                                          [](std::size_t key, const std::string& word) {
+                                              return KeyCompare(LBC_NAMES[key], word.c_str()) == 0;
+                                          });
 }
 Made make_soreide(const Command& owner, EOSLab& lab, Reader& reader) {
     return make_keyed<Mod_Sor, 4>(owner, lab, reader, [](std::size_t key, const std::string& word) {
@@ -314,9 +314,8 @@ Made make_soreide(const Command& owner, EOSLab& lab, Reader& reader) {
 }
 Made make_gamma(const Command& owner, EOSLab& lab, Reader& reader) {
     return make_keyed<Mod_Gamma, GAMMA_PARAMETERS>(
-        owner, lab, reader, [](std::size_t key, const std::string& word) {
-            return gamma_words()[key].matches(word);
-        });
+        owner, lab, reader,
+        [](std::size_t key, const std::string& word) { return gamma_words()[key].matches(word); });
 }
 
 struct Target {

@@ -98,8 +98,8 @@ private:
 
 /// True for a word that names what the laboratory can change.
 bool is_lab_target(const std::string& word);
-/// Reads what follows a verb in the laboratory: a target and an operand. Null, with a report, if the
-/// words name no target.
+/// Reads what follows a verb in the laboratory: a target and an operand. Null, with a report, if
+/// the words name no target.
 DynPtr<Modifier> read_lab_modifier(const Command& owner, EOSLab& lab, Reader& reader);
 
 }  // namespace kestrane

@@ -138,8 +138,8 @@ void Modifier::reportFailure(Writer& writer, const std::string& problem, int lev
 
 void Modifier::reportReason(Writer& writer, const std::string& reason, const std::string& problem,
                             const std::string& target, int level) const {
-    std::string head = "Could not " + std::string(verb_->verb) + target + " by " +
-                       general_text(value());
+    std::string head =
+        "Could not " + std::string(verb_->verb) + target + " by " + general_text(value());
     if (unit_ && !unit_->name().empty()) head += " " + unit_->name();
     std::vector<std::string> lines{head + "."};
     for (const std::string& line : {reason, problem})

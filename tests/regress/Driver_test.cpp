@@ -24,12 +24,13 @@ TEST(Driver, FixedVariablesAreListedInOnePass) {
     const DriverRun run("VAR a 2\nVAR b 3 3\n" + FLUID + SATP);
     EXPECT_EQ(run.lab.evaluation_count, 1);
     EXPECT_FALSE(run.shows("egression"));
-    EXPECT_TRUE(run.reports("\n\nVariable Definitions\n"
-                            "====================\n"
-                            " Var Num  Variable  Current\n"
-                            " -------  --------  -------\n"
-                            "       1  a         2.00000\n"
-                            "       2  b         3.00000\n\n"))
+    EXPECT_TRUE(
+        run.reports("\n\nVariable Definitions\n"
+                    "====================\n"
+                    " Var Num  Variable  Current\n"
+                    " -------  --------  -------\n"
+                    "       1  a         2.00000\n"
+                    "       2  b         3.00000\n\n"))
         << run.report();
     EXPECT_FALSE(run.shows("Variable Definitions"));
     EXPECT_EQ(run.times("Saturation Pressure Calculation 1\n"), 1);
@@ -59,9 +60,10 @@ TEST(Driver, OneIterationIsSingular) {
 
 TEST(Driver, EveryEvaluationShowsItsErrorOnTheConsole) {
     const DriverRun run("VAR x 1 0 2\nVAR y 1 0 4\nXRES x 1.5 1\nXRES y 3 2\n");
-    EXPECT_TRUE(run.shows("NOTE: Start of regression  ======\n\n"
-                          "======  NOTE: 1.8028 % RMS average weighted error for 2 measurements  "
-                          "======\n\n"))
+    EXPECT_TRUE(
+        run.shows("NOTE: Start of regression  ======\n\n"
+                  "======  NOTE: 1.8028 % RMS average weighted error for 2 measurements  "
+                  "======\n\n"))
         << run.console();  // sqrt((0.5^2 + (2 * 2)^2)/(1^2 + 2^2))
     const std::string console = run.console();
     int lines = 0;
@@ -78,17 +80,18 @@ TEST(Driver, EveryEvaluationShowsItsErrorOnTheConsole) {
 TEST(Driver, StepsAreTabulatedAndColumnsAreNot) {
     const DriverRun run("VAR x 1 0 2\nVAR k 7\nVAR y 1 0 4\n" + FLUID + SATP +
                         "XRES x 1.5 1\nXRES y 3 1\n");
-    EXPECT_TRUE(run.reports(
-        "Initial Variable Definitions\n============================\n"
-        " Var Num  Reg Var  Variable  Current  Lower Bound  Upper Bound\n"
-        " -------  -------  --------  -------  -----------  -----------\n"
-        "       1        1  x         1.00000      0.00000      2.00000\n"
-        "       2           k         7.00000                          \n"
-        "       3        2  y         1.00000      0.00000      4.00000\n"))
+    EXPECT_TRUE(
+        run.reports("Initial Variable Definitions\n============================\n"
+                    " Var Num  Reg Var  Variable  Current  Lower Bound  Upper Bound\n"
+                    " -------  -------  --------  -------  -----------  -----------\n"
+                    "       1        1  x         1.00000      0.00000      2.00000\n"
+                    "       2           k         7.00000                          \n"
+                    "       3        2  y         1.00000      0.00000      4.00000\n"))
         << run.report();
-    EXPECT_TRUE(run.reports("\nVariable Definitions (for iteration 1, evaluation 4)\n"
-                            "====================================================\n"
-                            " Var Num  Reg Var  Variable  Current  Initial  Lower Bound  Upper "))
+    EXPECT_TRUE(
+        run.reports("\nVariable Definitions (for iteration 1, evaluation 4)\n"
+                    "====================================================\n"
+                    " Var Num  Reg Var  Variable  Current  Initial  Lower Bound  Upper "))
         << run.report();
     EXPECT_FALSE(run.reports("evaluation 2)"));
     EXPECT_FALSE(run.reports("evaluation 3)"));
@@ -110,8 +113,9 @@ TEST(Driver, WarningsOfSilentPassesArePrinted) {
 }
 
 TEST(Driver, SilentPassesWriteNothing) {
-    DriverRun run(FLUID + "TITLE Study\nNOTE text\nSTAB ON\nTEMP 350 K\nPRES 60 bar\nFLASH\n" + SATP +
-                  "TCRIT\nMIX M C1 1\nMUL TEMP BY 1.01\nTIME\nJACOBY\nTWUMW 0.5\nLBC\nP0 0.11\nEND\n");
+    DriverRun run(
+        FLUID + "TITLE Study\nNOTE text\nSTAB ON\nTEMP 350 K\nPRES 60 bar\nFLASH\n" + SATP +
+        "TCRIT\nMIX M C1 1\nMUL TEMP BY 1.01\nTIME\nJACOBY\nTWUMW 0.5\nLBC\nP0 0.11\nEND\n");
     const std::size_t report = run.report().size(), console = run.console().size();
     for (const EvaluationMode mode :
          {EvaluationMode::Step, EvaluationMode::Jacobian, EvaluationMode::Reduction})
@@ -125,8 +129,9 @@ TEST(Driver, AFatalErrorOfATrialEndsTheFitAndNotTheRun) {
     EXPECT_FALSE(run.stopped);
     EXPECT_EQ(run.counts.fatals, 0);
     EXPECT_TRUE(run.reports("FATAL ERROR: A fatal error of the test"));
-    EXPECT_TRUE(run.reports("ERROR: Problem for regression  ######\n"
-                            "An evaluation ended with a fatal error.\n"))
+    EXPECT_TRUE(
+        run.reports("ERROR: Problem for regression  ######\n"
+                    "An evaluation ended with a fatal error.\n"))
         << run.report();
     EXPECT_TRUE(run.shows("Regression finished after 1 iteration (3 evaluations)"));
     EXPECT_EQ(run.times("Saturation Pressure Calculation 1\n"), 2);
@@ -156,8 +161,9 @@ TEST(Driver, ThreeErrorsOfAnEvaluationEndTheFit) {
     EXPECT_NEAR(two.lab.variable_value(0), 1.8, 1e-9);
     const DriverRun three("VAR x 1 0 2\nXERR 3 1\nXRES x 1.8 1\n");
     EXPECT_FALSE(three.stopped);
-    EXPECT_TRUE(three.reports("ERROR: Problem for regression  ######\n"
-                              "Too many errors occurred in one evaluation.\n"));
+    EXPECT_TRUE(
+        three.reports("ERROR: Problem for regression  ######\n"
+                      "Too many errors occurred in one evaluation.\n"));
     EXPECT_EQ(three.counts.errors, 4);
     EXPECT_TRUE(three.shows("Regression finished after 1 iteration (3 evaluations)"));
 }

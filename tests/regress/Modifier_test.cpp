@@ -74,8 +74,9 @@ TEST(CompMod, OfTwoFormsOfAPropertyTheChangedOneWins) {
 
 // Completion drops what has no column; a changed property gets one.
 TEST(CompMod, AMissingColumnIsAdded) {
-    LabRun run("CHAR F\nNAME MW  TC(K) PC(bar)\nC1\nX    100 540   30\nEND\n"
-               "REP AF OF X 0.35\nREP PCHOR OF X 280\nEND\n");
+    LabRun run(
+        "CHAR F\nNAME MW  TC(K) PC(bar)\nC1\nX    100 540   30\nEND\n"
+        "REP AF OF X 0.35\nREP PCHOR OF X 280\nEND\n");
     EXPECT_EQ(run.counts.errors, 0);
     EXPECT_DOUBLE_EQ(component(run, 1).acentric, 0.35);
     EXPECT_DOUBLE_EQ(component(run, 1).parachor, 280.0);
@@ -124,23 +125,29 @@ TEST(CompMod, VariablesAreMadeInTheBlockToo) {
 }
 
 TEST(CompMod, UndefinedResultsAreRefused) {
-    LabRun run("CHAR F\nNAME MW  TC(K) PC(bar) PCHOR\nC1\nX    100 540   30\nEND\n"
-               "MUL PCHOR OF X BY 2\nMUL PCHOR OF X BY 0\nDIV PCHOR OF X BY 0\nDIV PCHOR OF X BY 1\n"
-               "INCR PCHOR OF X BY 1\nDECR PCHOR OF X BY 0\nDIV TC OF X BY 0\n"
-               "MUL TC OF X BY 1e308\nEND\n");
+    LabRun run(
+        "CHAR F\nNAME MW  TC(K) PC(bar) PCHOR\nC1\nX    100 540   30\nEND\n"
+        "MUL PCHOR OF X BY 2\nMUL PCHOR OF X BY 0\nDIV PCHOR OF X BY 0\nDIV PCHOR OF X BY 1\n"
+        "INCR PCHOR OF X BY 1\nDECR PCHOR OF X BY 0\nDIV TC OF X BY 0\n"
+        "MUL TC OF X BY 1e308\nEND\n");
     EXPECT_EQ(run.counts.errors, 0);
     EXPECT_EQ(run.counts.warnings, 5) << run.report();
-    EXPECT_TRUE(run.reports("WARNING: Could not multiply Parachor of X by 2  ######\n"
-                            "The initial value was undefined.\n"
-                            "Problem for keyword \"MUL\" (line 6, column 1, standard input).\n"));
-    EXPECT_TRUE(run.reports("WARNING: Could not divide Parachor of X by 0  ######\n"
-                            "The result would have been undefined.\n"));
-    EXPECT_TRUE(run.reports("WARNING: Could not increase Parachor of X by 1  ######\n"
-                            "The initial value was undefined.\n"));
-    EXPECT_TRUE(run.reports("Could not divide Critical Temperature of X by 0  ######\n"
-                            "The result would have been undefined.\n"));
-    EXPECT_TRUE(run.reports("Could not multiply Critical Temperature of X by 1e+308  ######\n"
-                            "The result would have been undefined.\n"));
+    EXPECT_TRUE(
+        run.reports("WARNING: Could not multiply Parachor of X by 2  ######\n"
+                    "The initial value was undefined.\n"
+                    "Problem for keyword \"MUL\" (line 6, column 1, standard input).\n"));
+    EXPECT_TRUE(
+        run.reports("WARNING: Could not divide Parachor of X by 0  ######\n"
+                    "The result would have been undefined.\n"));
+    EXPECT_TRUE(
+        run.reports("WARNING: Could not increase Parachor of X by 1  ######\n"
+                    "The initial value was undefined.\n"));
+    EXPECT_TRUE(
+        run.reports("Could not divide Critical Temperature of X by 0  ######\n"
+                    "The result would have been undefined.\n"));
+    EXPECT_TRUE(
+        run.reports("Could not multiply Critical Temperature of X by 1e+308  ######\n"
+                    "The result would have been undefined.\n"));
     EXPECT_DOUBLE_EQ(component(run, 1).tc, 540.0);
 }
 
@@ -221,8 +228,9 @@ TEST(Chueh, TakesTheCriticalVolumes) {
 // With r = (Vc2/Vc1)^(1/3) the rule is k = 1 - (2 sqrt(r)/(1 + r))^E; Vc2 = 8 Vc1 gives
 // k = 1 - (2 sqrt(2)/3)^E, for E = 2 one ninth.
 TEST(Chueh, HandValue) {
-    LabRun run("CHAR F\nNAME MW  TC(K) PC(bar) VC(m3/kmol) AF\nX1   16  190   46      0.08        0\n"
-               "X2   142 617   21      0.64        0.49\nEND\nREP CHU OF X1 WITH X2 BY 2\nEND\n");
+    LabRun run(
+        "CHAR F\nNAME MW  TC(K) PC(bar) VC(m3/kmol) AF\nX1   16  190   46      0.08        0\n"
+        "X2   142 617   21      0.64        0.49\nEND\nREP CHU OF X1 WITH X2 BY 2\nEND\n");
     EXPECT_NEAR(bip(run, 0, 1), 1.0 / 9.0, 1e-14);
     EXPECT_NEAR(bip(run, 1, 0), 1.0 / 9.0, 1e-14);
 }
@@ -234,14 +242,15 @@ TEST(Chueh, AnExponentOfZeroMeansNoInteraction) {
 }
 
 TEST(Chueh, WithoutAVolumeAParameterStays) {
-    LabRun run("CHAR F\nNAME MW  TC(K) PC(bar) AF\nX1   16  190   46      0\n"
-               "X2   100 540   30      0.3\nX3   200\n"
-               "BIPS X1   X2\nX2   0.01\nX3   0.02 0.03\nEND\nCHU OF X1 TO X3 BY 1\nEND\n");
-    EXPECT_TRUE(run.reports(
-        "WARNING: Problem for Chueh-Prausnitz correlation  ######\n"
-        "Problem for keyword \"CHU\" (line 10, column 1, standard input).\n"
-        "Binary interaction parameters could not be calculated for X3\n"
-        "because its critical volume was nonphysical or indeterminate.\n"))
+    LabRun run(
+        "CHAR F\nNAME MW  TC(K) PC(bar) AF\nX1   16  190   46      0\n"
+        "X2   100 540   30      0.3\nX3   200\n"
+        "BIPS X1   X2\nX2   0.01\nX3   0.02 0.03\nEND\nCHU OF X1 TO X3 BY 1\nEND\n");
+    EXPECT_TRUE(
+        run.reports("WARNING: Problem for Chueh-Prausnitz correlation  ######\n"
+                    "Problem for keyword \"CHU\" (line 10, column 1, standard input).\n"
+                    "Binary interaction parameters could not be calculated for X3\n"
+                    "because its critical volume was nonphysical or indeterminate.\n"))
         << run.report();
     EXPECT_DOUBLE_EQ(bip(run, 0, 2), 0.02);
     EXPECT_NEAR(bip(run, 0, 1),
@@ -283,25 +292,29 @@ TEST(TankMod, PassesDoNotCompound) {
 }
 
 TEST(TankMod, AMixtureOfAnotherFluidKeepsToIt) {
-    LabRun run(MIXTURE + "CHAR Other\nNAME MW  TC(K) PC(bar)\nX1   16  190   46\n"
-                         "X2   100 540   30\nEND\nEND\n"
-                         "MUL MOLES OF X2 IN FEED BY 10\n");
+    LabRun run(MIXTURE +
+               "CHAR Other\nNAME MW  TC(K) PC(bar)\nX1   16  190   46\n"
+               "X2   100 540   30\nEND\nEND\n"
+               "MUL MOLES OF X2 IN FEED BY 10\n");
     const auto feed = run.lab.find_mixture("FEED");
     EXPECT_EQ(feed->n(), 3);
     EXPECT_DOUBLE_EQ(feed->moles()[1], 3.0);
 }
 
 TEST(TankMod, AMixtureThatRefusesEndsTheRun) {
-    LabRun run(MIXTURE + "MUL MOLES OF X1 IN FEED BY 1e300\nMUL MOLES OF X1 TO X3 IN FEED BY 1e8\n");
+    LabRun run(MIXTURE +
+               "MUL MOLES OF X1 IN FEED BY 1e300\nMUL MOLES OF X1 TO X3 IN FEED BY 1e8\n");
     EXPECT_TRUE(run.stopped);
-    EXPECT_TRUE(run.reports("FATAL ERROR: Could not modify mixture \"FEED\"  ######\n"
-                            "Problem for keyword \"MUL\" (line 10, column 1, standard input).\n"
-                            "The mixture's amount exceeds the range of numbers.\n"))
+    EXPECT_TRUE(
+        run.reports("FATAL ERROR: Could not modify mixture \"FEED\"  ######\n"
+                    "Problem for keyword \"MUL\" (line 10, column 1, standard input).\n"
+                    "The mixture's amount exceeds the range of numbers.\n"))
         << run.report();
 
-    LabRun unlike(MIXTURE + "CHAR Other\nNAME MW  TC(K) PC(bar)\nY1   16  190   46\n"
-                            "Y2   100 540   30\nEND\n"
-                            "END\nMUL MOLES OF Y2 IN FEED BY 10\nNOTE here\n");
+    LabRun unlike(MIXTURE +
+                  "CHAR Other\nNAME MW  TC(K) PC(bar)\nY1   16  190   46\n"
+                  "Y2   100 540   30\nEND\n"
+                  "END\nMUL MOLES OF Y2 IN FEED BY 10\nNOTE here\n");
     EXPECT_EQ(unlike.stopped, unlike.reports("Could not modify mixture")) << unlike.report();
 }
 
@@ -331,8 +344,9 @@ TEST(CellMods, TemperatureAndPressureChangeOnTheirAbsoluteScales) {
 TEST(CellMods, AConditionNeverSetIsUndefined) {
     LabRun run("MUL TEMP 2\nINCR PRES 1 bar\n");
     EXPECT_EQ(run.counts.warnings, 2);
-    EXPECT_TRUE(run.reports("Could not multiply temperature by 2  ######\n"
-                            "The initial value was undefined."));
+    EXPECT_TRUE(
+        run.reports("Could not multiply temperature by 2  ######\n"
+                    "The initial value was undefined."));
     EXPECT_TRUE(run.reports("Could not increase pressure by 1 bar  ######"));
     EXPECT_EQ(run.lab.cell().temperature.value, UNSET);
 }
@@ -340,9 +354,10 @@ TEST(CellMods, AConditionNeverSetIsUndefined) {
 // The parameters of the correlations outlive passes: without a command that sets them, a modifier
 // begins each pass at their defaults.
 TEST(GlobalMods, EachPassBeginsAtTheDefaults) {
-    LabRun run("MUL LBC P0 BY 2\nINCR LBC F0 0.1\nMUL SOR MW0 BY 2\nREP SOREIDE EXP 0.2\n"
-               "INCR SOR SG0 0.1\nDIV SOR CF 2\nDECR TWUMW 0.25\nMUL GAMMA SHAPE BY 3\n"
-               "REP GAMMA AVERAGE 200\n");
+    LabRun run(
+        "MUL LBC P0 BY 2\nINCR LBC F0 0.1\nMUL SOR MW0 BY 2\nREP SOREIDE EXP 0.2\n"
+        "INCR SOR SG0 0.1\nDIV SOR CF 2\nDECR TWUMW 0.25\nMUL GAMMA SHAPE BY 3\n"
+        "REP GAMMA AVERAGE 200\n");
     EXPECT_EQ(run.counts.errors, 0) << run.report();
     for (const char* text :
          {"Multiplying LBC P0 by 2  ", "Multiplying Soreide MW0 by 2  ",
@@ -386,9 +401,10 @@ TEST(GlobalMods, ValuesAreKeptInTheirLimits) {
     LabRun gamma("MUL GAMMA SHAPE BY 0\n");
     EXPECT_EQ(gamma_state().current[SHAPE], GAMMA_MINIMUM[SHAPE]);
     EXPECT_EQ(gamma.counts.warnings, 1);
-    EXPECT_TRUE(gamma.reports("WARNING: Illegal modification of Gamma shape  ######\n"
-                              "Problem for keyword \"MUL\" (line 1, column 1, standard input).\n"
-                              "The parameter went out of bounds and was reset to 0.001.\n"))
+    EXPECT_TRUE(
+        gamma.reports("WARNING: Illegal modification of Gamma shape  ######\n"
+                      "Problem for keyword \"MUL\" (line 1, column 1, standard input).\n"
+                      "The parameter went out of bounds and was reset to 0.001.\n"))
         << gamma.report();
 }
 

@@ -35,7 +35,8 @@ const std::vector<Target>& targets() {
         {"Translation", Place::InFluid, "DECR VTRAN OF C10 TO C20 BY $", 0.05, 0.0, -0.1, 0.1},
         {"Interaction", Place::InFluid, "REP BIP OF C1 WITH C10 THRU C20 BY $", 0.045, 0.01, 0.0,
          0.1},
-        {"ChuehExponent", Place::InFluid, "CORR\nCHUEH OF C1 WITH C5 TO C20 BY $", 1.3, 0.7, 0.0, 2.5},
+        {"ChuehExponent", Place::InFluid, "CORR\nCHUEH OF C1 WITH C5 TO C20 BY $", 1.3, 0.7, 0.0,
+         2.5},
         {"Moles", Place::BehindMixture, "MUL MOLES OF C1 IN FEED BY $", 1.1, 0.95, 0.8, 1.3},
         {"Mass", Place::BehindMixture, "INCR MASS OF C20 IN FEED BY $ kg", 3.0, -2.0, -8.0, 8.0},
         {"Temperature", Place::BehindMixture, "TEMP 350 K\nINCR TEMP BY $ F", 20.0, -5.0, -40.0,
@@ -111,8 +112,8 @@ std::vector<Target> with_conditions(std::vector<Target> used) {
         if (!pressure) each.text = "PRES 50 bar\n" + each.text;
         return used;
     }
-    used.push_back({"Start", Place::BehindMixture, "TEMP 360 K\nPRES 50 bar\nMUL PRES $", 1.0, 1.0,
-                    1.0, 1.0});
+    used.push_back(
+        {"Start", Place::BehindMixture, "TEMP 360 K\nPRES 50 bar\nMUL PRES $", 1.0, 1.0, 1.0, 1.0});
     return used;
 }
 
@@ -226,11 +227,14 @@ TEST(TwinGamma, ShapeComesBack) {
                            const std::string& data) {
         return variable +
                "GAMMA\nSPLIT C7+ C7\nAVERAGE 150\nBOUND 90\nORIGIN 1\nEND\n"
-               "REP GAMMA SHAPE BY " + operand +
-               "\nCHAR Coarse\nNAME MW  TC(K) PC(bar) AF\nC1\nC3\nC7+  150 600   25      0.4\nEND\nEND\n"
+               "REP GAMMA SHAPE BY " +
+               operand +
+               "\nCHAR Coarse\nNAME MW  TC(K) PC(bar) AF\nC1\nC3\nC7+  150 600   25      "
+               "0.4\nEND\nEND\n"
                "MIX FEED C1 0.6 C3 0.1 C7+ 0.3\n"
                "CHAR Fine\nNAME MW SG TB(K) TC(K) PC(bar) AF LMW\nC1\nC3\nC7\nC8\nC10\nC12\nC16\n"
-               "C22\nEND\nEND\nXSAT 373.15" + data;
+               "C22\nEND\nEND\nXSAT 373.15" +
+               data;
     };
     calculated_values().clear();
     const DriverRun truth(script("", "1.4", "\n"));
