@@ -7,6 +7,7 @@
 namespace kestrane {
 
 /// One section of the report: the heading of a calculation, and at its close the problems met.
+/// Nothing is counted or formed while nothing prints.
 class Section {
 public:
     /// Counts the run, and heads the section with the laboratory's title and subtitles.

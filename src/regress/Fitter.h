@@ -58,6 +58,8 @@ public:
 
     /// Weighted residuals of the last evaluation.
     std::span<const double> residuals() const { return {residuals_.data(), residual_count_}; }
+    /// Residuals so far of an evaluation under way.
+    std::size_t pending_residuals() const { return residuals_.size(); }
     double sum_of_squares() const { return sum_of_squares_; }
     double sum_of_squared_weights() const { return sum_of_squared_weights_; }
     /// sqrt(sum of squares / sum of squared weights), or 0 without weights.
