@@ -80,19 +80,25 @@ struct MiscExpt::Row {
     std::vector<double> t_work;
 };
 
-/// The first cell holds the tie-line that the scan found.
+/// Stores the tie-line of the last flash in cell j.
+void MiscExpt::row_keep(Row& row, std::size_t j, bool vapor_moves) {
+    std::ranges::copy(vapor_moves ? vapor() : liquid(), row.at(row.moving, j).begin());
+    std::ranges::copy(vapor_moves ? liquid() : vapor(), row.at(row.staying, j).begin());
+    std::ranges::copy(cell_.feed->moles(), row.at(row.mixture, j).begin());
+    row.values[j] = cell_immiscibility();
+    if (row.values[j] > 0.0) std::ranges::copy(cell_.ln_k, row.at(row.ln_k, j).begin());
+}
+
+/// The first cell holds the tie-line that the scan found; the phase towards the injected fluid
+/// moves on.
 void MiscExpt::row_start(Row& row) {
-    std::ranges::copy(cell_.feed->moles(), row.mixture.begin());
     row.start_ln_k = cell_.ln_k;
-    std::ranges::copy(cell_.ln_k, row.ln_k.begin());
-    const bool vapor_moves = tieLineSide(gas_, oil_, vapor(), liquid());
-    std::ranges::copy(vapor_moves ? vapor() : liquid(), row.moving.begin());
-    std::ranges::copy(vapor_moves ? liquid() : vapor(), row.staying.begin());
-    row.values[0] = cell_immiscibility();
+    row_keep(row, 0, tieLineSide(gas_, oil_, vapor(), liquid()));
     row.history.push_back(row.values[0]);
 }
 
-/// Flashes the new mixture of cell j, from the K-values of the cells that it comes from.
+/// Flashes the new mixture of cell j, from the K-values of the cells that it comes from. The phase
+/// that moves is the one on the side of the moving phase of such a cell.
 void MiscExpt::row_flash(Row& row, std::size_t j) {
     const std::size_t last = row.size - 1;
     const std::size_t sources[] = {std::min(j, last - 1), j > 0 ? j - 1 : 0};
@@ -105,12 +111,9 @@ void MiscExpt::row_flash(Row& row, std::size_t j) {
         cell_.flash();
         if (cell_immiscibility() > 0.0 || !usable()) break;
     }
-    const bool vapor_moves = tieLineSide(gas_, oil_, vapor(), liquid());
-    std::ranges::copy(vapor_moves ? vapor() : liquid(), row.at(row.moving, j).begin());
-    std::ranges::copy(vapor_moves ? liquid() : vapor(), row.at(row.staying, j).begin());
-    std::ranges::copy(row.incoming, row.at(row.mixture, j).begin());
-    row.values[j] = cell_immiscibility();
-    if (row.values[j] > 0.0) std::ranges::copy(cell_.ln_k, row.at(row.ln_k, j).begin());
+    const std::size_t like = sources[0];
+    row_keep(row, j,
+             tieLineSide(row.at(row.moving, like), row.at(row.staying, like), vapor(), liquid()));
 }
 
 void MiscExpt::row_cell(Row& row, std::size_t j) {

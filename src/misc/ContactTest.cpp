@@ -27,10 +27,11 @@ constexpr int WALK_HALVINGS = 12;
 }  // namespace
 
 struct MiscExpt::Chain {
-    std::span<const double> fresh;  ///< n, comes in at every contact
-    bool vapor_moves;               ///< the phase that leads the drive
-    std::vector<double> moving;     ///< n, what the fresh fluid meets next
-    std::vector<double> before;     ///< n, what it met in the contact before
+    std::span<const double> fresh;         ///< n, comes in at every contact
+    bool vapor_moves;                      ///< the phase that leads the drive
+    std::vector<double> moving;            ///< n, what the fresh fluid meets next
+    std::vector<double> leading, staying;  ///< n, ends of the last contact's tie-line
+    std::vector<double> before;            ///< n, what it met in the contact before
     std::vector<double> ln_k_before;
     std::vector<double> values;  ///< immiscibility of every contact
     std::vector<double> best;    ///< n, moving phase of the best refinement
@@ -52,15 +53,16 @@ bool MiscExpt::scan(std::span<const double> b, std::span<const double> a) {
 }
 
 /// Mixes the moving phase with a share of fresh fluid. Returns the immiscibility of the split, 0
-/// if it has no moving phase. The moving phase's side of the tie-line is chosen here.
+/// if it has no moving phase. That phase is the one on the side of the moving phase of the last
+/// tie-line: which end of a tie-line is vapor may change from contact to contact, and oil and
+/// injected fluid may both lie beyond the same end.
 double MiscExpt::chain_trial(Chain& chain, double share) {
     chain.share = share;
     const bool last = share >= 1.0;
     recall_k();
     flash_mix(last ? VANISHING : 1.0 - share, chain.moving, share, chain.fresh);
-    const bool vapor_leads = tieLineSide(chain.moving, chain.fresh, vapor(), liquid());
-    chain.vapor_moves = vapor_leads;
-    const double fraction = vapor_leads ? cell_.y_state.fraction : cell_.x_state.fraction;
+    chain.vapor_moves = tieLineSide(chain.leading, chain.staying, vapor(), liquid());
+    const double fraction = chain.vapor_moves ? cell_.y_state.fraction : cell_.x_state.fraction;
     const double value = cell_immiscibility();
     chain.drawn = value > 0.0 && (last || fraction > 0.0);
     return chain.drawn ? value : 0.0;
@@ -119,8 +121,10 @@ bool MiscExpt::chain_start(Chain& chain) {
     const std::span<const double> start = chain.vapor_moves ? gas_ : oil_;
     if (!scan(start, chain.fresh)) return false;
     const std::span<const double> phase = chain.vapor_moves ? vapor() : liquid();
+    const std::span<const double> other = chain.vapor_moves ? liquid() : vapor();
     chain.moving.assign(phase.begin(), phase.end());
-    chain.before = chain.best = chain.moving;
+    chain.staying.assign(other.begin(), other.end());
+    chain.leading = chain.before = chain.best = chain.moving;
     remember_k();
     chain.ln_k_before = kept_ln_k_;
     chain.values.reserve(static_cast<std::size_t>(cells_));
@@ -138,7 +142,7 @@ void MiscExpt::chain_search(Chain& chain, int contact) {
     const auto keep = [&] {
         const std::span<const double> phase = chain.vapor_moves ? vapor() : liquid();
         std::ranges::copy(phase, chain.best.begin());
-        kept_ln_k_ = cell_.ln_k;
+        remember_k();
         chain.values[k] = v[1];
     };
     keep();
@@ -184,6 +188,17 @@ void MiscExpt::chain_refine(Chain& chain, int contact) {
     std::swap(kept_ln_k_, chain.ln_k_before);
 }
 
+/// The moving phase of the last flash meets the next fresh fluid.
+void MiscExpt::chain_advance(Chain& chain) {
+    const std::span<const double> phase = chain.vapor_moves ? vapor() : liquid();
+    std::ranges::copy(phase, chain.leading.begin());
+    std::ranges::copy(chain.vapor_moves ? liquid() : vapor(), chain.staying.begin());
+    std::swap(chain.before, chain.moving);
+    std::ranges::copy(phase, chain.moving.begin());
+    std::swap(chain.ln_k_before, kept_ln_k_);
+    remember_k();
+}
+
 double MiscExpt::contactTest(Writer* writer, int& mechanism) {
     mechanism = std::clamp<int>(mechanism, VAPORIZING, CONDENSING);
     const CellScope cell_scope(cell_);
@@ -196,11 +211,7 @@ double MiscExpt::contactTest(Writer* writer, int& mechanism) {
         const double value = chain_contact(chain, contact);
         chain.values.push_back(value);
         if (value > 0.0 && contact < cells_) {
-            const std::span<const double> phase = chain.vapor_moves ? vapor() : liquid();
-            std::swap(chain.before, chain.moving);
-            std::ranges::copy(phase, chain.moving.begin());
-            std::swap(chain.ln_k_before, kept_ln_k_);
-            kept_ln_k_ = cell_.ln_k;
+            chain_advance(chain);
             chain_refine(chain, contact);
         }
         chain.smallest = std::min(chain.smallest, chain.values.back());

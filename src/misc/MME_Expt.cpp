@@ -88,6 +88,7 @@ bool MME_Expt::calculate() {
     if (!found_fluids_ || !prepare() || !prepare_fluid(lean_) || !prepare_fluid(rich_))
         return false;
     const CellScope scope(cell_);
+    const MessagesAside aside(lab_.errors());
     injected_.copy(lean_);
     injected_.add_scaled(rich_, 1.0);
     const int tests = uses_cond_vap() ? COND_VAP : CONDENSING;

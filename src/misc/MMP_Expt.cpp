@@ -115,7 +115,8 @@ void MMP_Expt::pressureSearch(int test_number, double low, double high, double s
              low,         NO_VALUE, low,
              NO_VALUE,    UNDEFINED};
     for (int count = 0; count < MOST_TRIALS && s.high > s.p1 * CLOSEST; ++count) trial(s);
-    found = s.p1;
+    // Without a miscible trial the limit itself was not shown to be miscible.
+    found = s.bracketed ? s.p1 : high;
     bound = s.bound <= found * CLOSEST ? found : s.bound;
     mechanism = s.mechanism;
 }
@@ -149,6 +150,7 @@ bool MMP_Expt::search_all(double start) {
 bool MMP_Expt::calculate() {
     if (!found_fluid_ || !prepare() || !prepare_fluid(injected_)) return false;
     const CellScope scope(cell_);
+    const MessagesAside aside(lab_.errors());
     gas_.assign(injected_.moles().begin(), injected_.moles().end());
     const double start = cell_.pressure.value;
     const Units& unit =

@@ -22,7 +22,7 @@ const char* mechanism_name(int mechanism);   ///< "Vaporizing Gas Drive Miscibil
 
 /// Contacts of a chain and cells of a row unless CELLS says otherwise: minimum miscibility
 /// pressures are then within 1 % of their limit for many cells (doc/numerics.md).
-inline constexpr int DEFAULT_CELLS = 100;
+inline constexpr int DEFAULT_CELLS = 200;
 inline constexpr int MOST_CELLS = 2000;
 
 /// What a script says of a miscibility calculation.
@@ -59,6 +59,24 @@ public:
 private:
     PVTCell& cell_;
     int init_policy_, test1_;
+};
+
+/// Keeps the messages that stand before a search apart from those of its trials, which are reported
+/// and dropped one by one.
+class MessagesAside {
+public:
+    explicit MessagesAside(ErrorList& errors) : errors_(errors), before_(errors) {
+        errors_.Clear();
+    }
+    ~MessagesAside() {
+        if (errors_.usable()) errors_ = before_;
+    }
+    MessagesAside(const MessagesAside&) = delete;
+    MessagesAside& operator=(const MessagesAside&) = delete;
+
+private:
+    ErrorList& errors_;
+    ErrorList before_;
 };
 
 /// True if phase p of the tie-line p-q lies towards b on the way from b to a:
@@ -171,9 +189,11 @@ private:
     bool chain_start(Chain& chain);
     double chain_trial(Chain& chain, double share);
     double chain_contact(Chain& chain, int contact);
+    void chain_advance(Chain& chain);
     void chain_refine(Chain& chain, int contact);
     void chain_search(Chain& chain, int contact);
 
+    void row_keep(Row& row, std::size_t j, bool vapor_moves);
     void row_start(Row& row);
     void row_stage(Row& row);
     void row_cell(Row& row, std::size_t j);
