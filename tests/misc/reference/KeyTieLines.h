@@ -47,15 +47,20 @@ inline double rachford_rice_root(std::span<const double> z, std::span<const doub
 /// Tie-line whose extension passes through z, by successive substitution (accelerated by its
 /// dominant eigenvalue) from ln_k; nothing if it shrinks to a point.
 inline std::optional<TieLine> tie_line_through(const Mixture<double>& mixture, double P,
-                                               std::span<const double> z,
-                                               std::vector<double> ln_k) {
+                                               std::span<const double> z, std::vector<double> ln_k,
+                                               bool may_accelerate = true) {
     const std::size_t n = z.size();
+    // An accelerated step may leave the tie-line; plain substitution then starts again.
+    const auto failed = [&, start = ln_k]() -> std::optional<TieLine> {
+        if (!may_accelerate) return std::nullopt;
+        return tie_line_through(mixture, P, z, start, false);
+    };
     TieLine line{std::vector<double>(n), std::vector<double>(n), std::move(ln_k)};
     std::vector<double> K(n), r(n), previous(n);
     for (int step = 0; step < 20000; ++step) {
         for (std::size_t i = 0; i < n; ++i) K[i] = std::exp(line.ln_k[i]);
         const double v = rachford_rice_root(z, K);
-        if (std::isnan(v)) return std::nullopt;
+        if (std::isnan(v)) return failed();
         double sum_x = 0.0, sum_y = 0.0;
         for (std::size_t i = 0; i < n; ++i) {
             line.x[i] = std::max(z[i] / (1.0 + v * (K[i] - 1.0)), 1e-200);
@@ -67,7 +72,7 @@ inline std::optional<TieLine> tie_line_through(const Mixture<double>& mixture, d
             line.x[i] /= sum_x;
             line.y[i] /= sum_y;
         }
-        if (line.squared_length() < 1e-6) return std::nullopt;
+        if (line.squared_length() < 1e-5) return failed();
         const auto liquid = mixture.phase(P, line.x), vapor = mixture.phase(P, line.y);
         double residual = 0.0, a = 0.0, b = 0.0;
         for (std::size_t i = 0; i < n; ++i) {
@@ -78,12 +83,13 @@ inline std::optional<TieLine> tie_line_through(const Mixture<double>& mixture, d
         }
         if (residual < 1e-11) return line;
         const double eigenvalue = b > 0.0 ? a / b : 0.0;
-        const bool accelerate = step % 6 == 5 && eigenvalue > 0.0 && eigenvalue < 0.9995;
+        const bool accelerate =
+            may_accelerate && step % 6 == 5 && eigenvalue > 0.0 && eigenvalue < 0.9995;
         for (std::size_t i = 0; i < n; ++i)
             line.ln_k[i] += accelerate ? r[i] / (1.0 - eigenvalue) : r[i];
         previous = r;
     }
-    return std::nullopt;
+    return failed();
 }
 
 /// ln K by Wilson's correlation.
