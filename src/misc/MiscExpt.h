@@ -128,7 +128,7 @@ public:
     /// the phase that moves on from the one before. Returns the smallest immiscibility
     /// extrapolated to infinitely many cells, 0 if that is not positive, -1 if no mixture of the
     /// two fluids has two phases; `mechanism` says which part of the row it belongs to.
-    /// K. Ahmadi and R.T. Johns, SPE J. 16 (2011) 733. Prints the stages if `writer` is not null.
+    /// K. Ahmadi and R.T. Johns, SPE 116823, 2008. Prints the stages if `writer` is not null.
     double condensingVaporizingTest(Writer* writer, int& mechanism);
     /// Components present in the feed or in one of the two tanks.
     int componentCount(const Tank& tank1, const Tank& tank2) const;

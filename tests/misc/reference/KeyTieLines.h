@@ -135,9 +135,9 @@ inline double critical_tie_line_pressure(const Fluid& fluid, double T, double P,
 }
 
 /// The tie-line of a four-component displacement whose extension meets those of the oil and of the
-/// injected fluid (F.M. Orr, R.T. Johns, B. Dindoruk, SPE Res. Eng. 8 (1993) 135; Y. Wang and
-/// F.M. Orr, Fluid Phase Equilib. 139 (1997) 101): Newton's method with numerical derivatives on
-/// both compositions, the two points of intersection, and their places on the crossover line.
+/// injected fluid (Y. Wang and F.M. Orr, Fluid Phase Equilib. 139 (1997) 101): Newton's method with
+/// numerical derivatives on both compositions, the two points of intersection, and their places on
+/// the crossover line.
 class CrossoverTieLine {
 public:
     CrossoverTieLine(const Fluid& fluid, double T, std::span<const double> oil,
