@@ -12,11 +12,12 @@ bool MCM_Expt::ready() {
 }
 
 void MCM_Expt::run() {
+    if (!found_) return;
     Section section(lab_, writer_, "MCM Calculation", "MCM calculation");
     print_heading(section.heading());
     writer_.Line("Temperature = " + value_text(cell_.temperature, UnitKind::Temperature));
     writer_.Line("Pressure    = " + value_text(cell_.pressure, UnitKind::Pressure));
-    if (found_ && prepare() && prepare_fluid(injected_)) {
+    if (prepare() && prepare_fluid(injected_)) {
         cell_.flash();
         if (usable()) print_contact_tests();
     }

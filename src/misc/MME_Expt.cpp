@@ -85,8 +85,7 @@ double MME_Expt::enrichmentSearch(int test_number, double high) {
 
 /// The tests one after the other; each must beat what the others found.
 bool MME_Expt::calculate() {
-    if (!found_fluids_ || !prepare() || !prepare_fluid(lean_) || !prepare_fluid(rich_))
-        return false;
+    if (!prepare() || !prepare_fluid(lean_) || !prepare_fluid(rich_)) return false;
     const CellScope scope(cell_);
     const MessagesAside aside(lab_.errors());
     injected_.copy(lean_);
@@ -103,6 +102,10 @@ bool MME_Expt::calculate() {
 }
 
 void MME_Expt::run() {
+    if (!found_fluids_) {
+        print_results(false);
+        return;
+    }
     Section section(lab_, writer_, "MME Calculation", "MME calculation");
     print_heading(section.heading());
     const bool done = calculate();

@@ -148,7 +148,7 @@ bool MMP_Expt::search_all(double start) {
 
 /// The saturation pressures that bound the searches, then the searches. The cell is left as it was.
 bool MMP_Expt::calculate() {
-    if (!found_fluid_ || !prepare() || !prepare_fluid(injected_)) return false;
+    if (!prepare() || !prepare_fluid(injected_)) return false;
     const CellScope scope(cell_);
     const MessagesAside aside(lab_.errors());
     gas_.assign(injected_.moles().begin(), injected_.moles().end());
@@ -162,6 +162,10 @@ bool MMP_Expt::calculate() {
 }
 
 void MMP_Expt::run() {
+    if (!found_fluid_) {
+        print_results(false);
+        return;
+    }
     Section section(lab_, writer_, "MMP Calculation", "MMP calculation");
     print_heading(section.heading());
     const bool done = calculate();
