@@ -29,6 +29,8 @@ constexpr double SMALLEST_PRESSURE = 1e-30;
 constexpr double CLEARLY_BELOW = 0.9999;
 /// Where a search starts without any pressure to go by, Pa.
 constexpr double USUAL_PRESSURE = 100.0 * ATMOSPHERE;
+/// Where the search for a pressure with two phases gives up, Pa.
+constexpr double HIGHEST_PROBE = 1000.0 * ATMOSPHERE;
 /// A safeguard: searches end after some twenty trials, or a hundred if all pressures are miscible.
 constexpr int MOST_TRIALS = 1000;
 
@@ -121,6 +123,16 @@ void MMP_Expt::pressureSearch(int test_number, double low, double high, double s
     mechanism = s.mechanism;
 }
 
+/// The first pressure from `start` upwards where a mixture of oil and injected fluid has two
+/// phases, 0 if there is none.
+double MMP_Expt::two_phase_pressure_above(double start) {
+    for (double P = start; P < HIGHEST_PROBE && usable(); P *= 1.0 + GOLDEN) {
+        cell_.pressure.value = P;
+        if (scan(gas_, oil_)) return P;
+    }
+    return 0.0;
+}
+
 bool MMP_Expt::search_all(double start) {
     const double limit = P_HIGH_LIMIT;
     double guess = start;
@@ -135,6 +147,14 @@ bool MMP_Expt::search_all(double start) {
         double found = upper, test_bound = UNDEFINED;
         int mechanism = IMMISCIBLE;
         pressureSearch(number, low, upper, guess, found, test_bound, mechanism);
+        if (number == VAPORIZING && test_bound <= found && found <= low * CLOSEST) {
+            // One phase all the way down may be vapor, with two phases above the start.
+            const double P = two_phase_pressure_above(guess);
+            if (P > 0.0) {
+                guess = P;
+                pressureSearch(number, P, upper, P, found, test_bound, mechanism);
+            }
+        }
         if (found < upper) {
             best = found;
             mechanism_ = mechanism;

@@ -151,6 +151,8 @@ protected:
     /// Saturation pressure of a fluid from the cell's pressure on, or `otherwise`. Messages of a
     /// search without result are dropped.
     double saturation_or(const std::vector<double>& fluid, double otherwise);
+    /// Looks for a mixture of b and a with two phases, the one richest in b first.
+    bool scan(std::span<const double> b, std::span<const double> a);
     /// Reports the problems of one trial and empties the list. Throws FatalError at a limit.
     void report_trial(int test_number, const std::string& place);
     /// "Results of 100 stages (using ...)".
@@ -175,8 +177,6 @@ private:
     /// Feed = share_a a + share_b b, then a flash.
     void flash_mix(double share_a, std::span<const double> a, double share_b,
                    std::span<const double> b);
-    /// Looks for a mixture of b and a with two phases, the one richest in b first.
-    bool scan(std::span<const double> b, std::span<const double> a);
     std::span<const double> liquid() const { return cell_.nf_liquid->moles(); }
     std::span<const double> vapor() const { return cell_.nf_vapor->moles(); }
     double cell_immiscibility() const { return immiscibility(liquid(), vapor()); }
@@ -232,6 +232,7 @@ private:
 
     bool calculate();
     bool search_all(double start);
+    double two_phase_pressure_above(double start);
     /// Least pressure between `low` and `high` with an immiscibility of 0 or less. `found` is the
     /// last one below it, `high` if there is none; `bound` the least pressure found first-contact
     /// miscible, UNDEFINED if there is none.

@@ -156,6 +156,22 @@ TEST(MMP_Expt, FirstContactPairs) {
     EXPECT_NEAR(result.pressure / saturation.lab.cell().pressure.value, 1.0, 3e-4);
 }
 
+// With two components the least pressure is their critical pressure, whatever the oil holds. Just
+// above the vapor pressure of decane all mixtures with methane are vapor, which is no miscibility.
+TEST(MMP_Expt, LowPressureVaporIsNoMiscibility) {
+    const Fluid fluid = ternary();
+    const Composition methane{1.0, 0.0, 0.0};
+    const auto least = [&](const Composition& oil, const char* start) {
+        return find_mmp(gas_drive(fluid, GAS_DRIVE_T, oil, methane) + start +
+                        "MMP GAS CELLS 20\nEND\n")
+            .pressure;
+    };
+    const double usual = least({0.2, 0.0, 0.8}, "PRES 500 psia\n");
+    EXPECT_GT(usual, from_psia(5000.0));
+    EXPECT_NEAR(least({0.0, 0.0, 1.0}, "") / usual, 1.0, 2e-3);
+    EXPECT_NEAR(least({0.0, 0.0, 1.0}, "PRES 0.01 psia\n") / usual, 1.0, 2e-3);
+}
+
 TEST(MMP_Expt, PairImmiscibleUpToTheLimit) {
     // Interaction parameters that no pressure overcomes.
     Fluid fluid = ternary();
