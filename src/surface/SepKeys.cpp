@@ -89,6 +89,8 @@ int take_variable(Reader& reader, Sep& sep, SepVariable variable) {
     return static_cast<int>(sep.variables.size()) - 1;
 }
 
+}  // namespace
+
 template <AmountKind KIND>
 void read_data(UserCmd<Sep, SepPoint_Data<KIND>>& command, Reader& reader) {
     const LineLimitScope one_line(reader, 0);
@@ -111,6 +113,8 @@ void read_data(UserCmd<Sep, SepPoint_Data<KIND>>& command, Reader& reader) {
     sep.currentPoint[at] = to_space(value, sep.variables[at].rule);
 }
 
+namespace {
+
 /// What a kind of row is called, how wide it makes the table, and where it stands there.
 struct RowShape {
     const char* name;
@@ -129,6 +133,8 @@ RowShape shape_of(RowKind kind, std::size_t components) {
             return {"Gas factors", 2 * components, components, &Sep::gasRule, &SepRow::gas_given};
     }
 }
+
+}  // namespace
 
 /// Reads as many numbers as there are components, over as many lines as they take.
 template <RowKind KIND>
@@ -153,17 +159,15 @@ void read_data(UserCmd<Sep, SepRow_Data<KIND>>& command, Reader& reader) {
     row.*shape.given = true;
 }
 
-}  // namespace
-
 template <>
 void UserCmd<Sep, SepInterp_Data>::Read(Reader& reader, const std::string&) {
     static const std::pair<const char*, Rule> RULES[]{
         {"LIN&", RULE_LINEAR}, {"LOG&", RULE_LOGARITHMIC}, {"INV&", RULE_INVERSE}};
     const LineLimitScope one_line(reader, 0);
-    std::string word;
-    if (reader.NextWord(word) <= 0) return;
+    std::string name;
+    if (reader.NextWord(name) <= 0) return;
     for (const auto& [text, rule] : RULES) {
-        if (KeyCompare(word, text) != 0) continue;
+        if (KeyCompare(name, text) != 0) continue;
         user().defaultRule = rule;
         return;
     }

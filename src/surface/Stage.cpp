@@ -170,18 +170,17 @@ void OutStage::add_part(const StageFeed& from, bool liquid) {
                       share * stream.total_mass(), volume == UNSET ? UNSET : share * volume});
 }
 
-/// The streams keep the characterization of the first source that delivers something.
+Charzation* OutStage::characterization() const {
+    const SepStage* first = feeds.empty() ? nullptr : feeds.front().source;
+    if (!first) return process->incoming.total.charz();
+    const PtrTo<Sep> sep = first->ResolveSeparator();
+    return sep ? sep->characterization : nullptr;
+}
+
 void OutStage::Execute(bool report) {
-    for (const StageFeed& feed : feeds) {
-        if (!feed.source && feed.liquidShare == feed.vaporShare && !tank_.charz())
-            tank_.rebind(process->incoming.total.charz());
-        for (const bool liquid : {true, false}) {
-            add_part(feed, liquid);
-            const Tank& stream = phase_of(*process, feed, liquid);
-            if (!tank_.charz() && stream.total_moles() != 0.0) tank_.rebind(stream.charz());
-        }
-    }
-    if (!tank_.charz()) tank_.rebind(process->incoming.total.charz());
+    tank_.rebind(characterization());
+    for (const StageFeed& feed : feeds)
+        for (const bool liquid : {true, false}) add_part(feed, liquid);
     collect(tank_, std::numeric_limits<double>::lowest());
     if (!report) return;
     amounts = amounts_of(tank_, UNSET);
@@ -197,10 +196,14 @@ void OutStage::Execute(bool report) {
     amounts.liquid_volume = liquid_volume_of(tank_, cell);
 }
 
-const SepStage* OutStage::single_source() const {
+bool OutStage::conditions(ValueWithUnit& temperature, ValueWithUnit& pressure) const {
     std::set<const SepStage*> sources;
     for (const ProductPart& part : parts_) sources.insert(part.source);
-    return sources.size() == 1 ? *sources.begin() : nullptr;
+    if (sources.size() != 1) return false;
+    const SepStage* source = *sources.begin();
+    temperature = source ? source->split().temperature : process->incoming.temperature;
+    pressure = source ? source->split().pressure : process->incoming.pressure;
+    return true;
 }
 
 }  // namespace kestrane

@@ -102,8 +102,10 @@ public:
     const Tank& tank() const { return tank_; }
     /// The parts with an amount, in the order of the feeds.
     const std::vector<ProductPart>& parts() const { return parts_; }
-    /// Conditions of the stage that all parts come from; null if there is no single one.
-    const SepStage* single_source() const;
+    /// Conditions of the one source that all parts come from; false if there is no single one.
+    bool conditions(ValueWithUnit& temperature, ValueWithUnit& pressure) const;
+    /// That of the first source's separator, or of the incoming stream; null ahead of a run.
+    Charzation* characterization() const;
     StgAmts amounts;  ///< worked out for a report only
 
 private:

@@ -59,10 +59,14 @@ double StreamCell::density(const Tank& stream, double T, double P, bool as_liqui
     return as_liquid ? cell_.x_state.density : cell_.y_state.density;
 }
 
-double StreamCell::z_factor(const Tank& stream, double T, double P, bool as_liquid) {
-    if (!measure(stream, T, P)) return UNSET;
-    if (cell_.phase_count == 0) return cell_.feed_state.z_factor;
-    return as_liquid ? cell_.x_state.z_factor : cell_.y_state.z_factor;
+bool StreamCell::saturation(const Tank& stream, double T, double P) {
+    take(stream, T, P);
+    cell_.forget_k();
+    const ErrorList before = *cell_.errors;
+    cell_.errors->Clear();
+    const bool found = cell_.saturation(+1) && cell_.errors->usable();
+    *cell_.errors = before;
+    return found;
 }
 
 }  // namespace kestrane

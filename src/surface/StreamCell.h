@@ -16,11 +16,13 @@ public:
     void bind(Charzation* charz, const EOSLab& lab);
     /// Flash of a stream (not empty) at K and Pa. Problems go to errors().
     void flash(const Tank& stream, double T, double P);
+    /// Upper saturation pressure at K, searched from Pa; true if it was found. The cell is then at
+    /// that pressure with the incipient phase. What it complains of is dropped.
+    bool saturation(const Tank& stream, double T, double P);
     /// Density of a stream as one phase, kg/m3, of the lower root of the equation if `as_liquid`,
     /// of the higher one otherwise. UNSET for an empty stream or without conditions. What it
     /// complains of is dropped.
     double density(const Tank& stream, double T, double P, bool as_liquid);
-    double z_factor(const Tank& stream, double T, double P, bool as_liquid);
 
     PVTCell& cell() { return cell_; }
     ErrorList& errors() { return *cell_.errors; }
