@@ -19,6 +19,12 @@ bool same_pressure(double a, double b) {
     return a != UNSET && b != UNSET && std::abs(a - b) <= SAME_PRESSURE * std::max(a, b);
 }
 
+/// Without parachors a tension is not known; it is not zero.
+bool has_parachors(const Charzation& charz) {
+    return std::ranges::any_of(charz.comps,
+                               [](const Compnent& component) { return component.parachor > 0.0; });
+}
+
 std::vector<double> fractions_of(const Tank& tank) {
     std::vector<double> fractions(tank.moles().begin(), tank.moles().end());
     const double whole = tank.total_moles();
@@ -92,7 +98,7 @@ void BlackOil::describe_reservoir(BO_Entry& entry, const TPzSet& set, double pre
         entry.problems.Add(problem->text, cell.errors->severity);
     cell.errors->Clear();
     const bool two_phase = cell.phase_count >= 2;
-    if (two_phase)
+    if (two_phase && has_parachors(*cell.charz))
         entry.tension = tension_model()
                             ->tension(*cell.eq_liquid, *cell.eq_vapor, T, pressure,
                                       cell.x_state.z_factor, cell.y_state.z_factor)
@@ -122,7 +128,7 @@ BO_Entry BlackOil::row(const TPzSet& set, const std::string& name, double pressu
     entry.pressure = pressure;
     if (saturation.found)
         entry.psat_type = saturation.is_bubble_point != swapped ? "BP" : "DP";
-    Tank fluid(name);
+    Tank fluid(name, set.fluid.charz());
     fluid.assign_amount(set.fluid, 1.0);
     entry.mw = fluid.total_mass();
     entry.fractions = fractions_of(fluid);
