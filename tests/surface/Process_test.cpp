@@ -182,7 +182,7 @@ TEST(Process, Refusals) {
     LabRun source(SEPS + "PROC P\nSTAGE A\nFEED Q\nSEP HP\nEND\nEND\n");
     EXPECT_EQ(source.counts.fatals, 1);
     EXPECT_TRUE(source.reports("Process stage \"Q\" not recognized")) << source.report();
-    EXPECT_TRUE(source.reports("Problem for keyword \"FEED\" (line 20, column 1, standard input)."))
+    EXPECT_TRUE(source.reports("Problem for keyword \"FEED\" (line 19, column 1, standard input)."))
         << source.report();
     expect(SEPS + "PROC\nEND\n", "A name was expected for a process", false);
     expect(SEPS + "PROC P\nSTAGE\nSEP HP\nEND\nEND\n", "A name was expected for a process stage",
