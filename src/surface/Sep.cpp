@@ -73,6 +73,7 @@ bool Sep::bind(Charzation& charz, const EOSLab& lab) {
         bind_amount(variable.numerator);
         bind_amount(variable.denominator);
     }
+    lab_ = &lab;
     const PVTCell& cell = lab.cell();
     bound_temperature_ = temperature.value == UNSET ? cell.temperature : temperature;
     bound_pressure_ = pressure.value == UNSET ? cell.pressure : pressure;
@@ -82,8 +83,18 @@ bool Sep::bind(Charzation& charz, const EOSLab& lab) {
     return true;
 }
 
+ValueWithUnit Sep::bound_temperature() const {
+    return bound_temperature_.value == UNSET && lab_ ? lab_->cell().temperature
+                                                     : bound_temperature_;
+}
+
+ValueWithUnit Sep::bound_pressure() const {
+    return bound_pressure_.value == UNSET && lab_ ? lab_->cell().pressure : bound_pressure_;
+}
+
 void Sep::unbind() {
     characterization = nullptr;
+    lab_ = nullptr;
     cell_ = nullptr;
 }
 
@@ -212,8 +223,8 @@ void Sep::measure(SepSplit& split, const Tank& oil, const Tank& gas) {
 
 SepSplit Sep::Separate(const Tank& feed, Tank& oil, Tank& gas, bool with_densities) {
     SepSplit split;
-    split.temperature = bound_temperature_;
-    split.pressure = bound_pressure_;
+    split.temperature = bound_temperature();
+    split.pressure = bound_pressure();
     split.feed.name = feed.name;
     split.feed.copy(feed);
     oil.rebind(characterization);

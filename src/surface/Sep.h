@@ -95,9 +95,10 @@ public:
     bool has_k_values() const { return tableWidth > 0 && tableWidth == componentCount; }
     bool has_factors() const { return tableWidth > 0 && tableWidth != componentCount; }
 
-    /// The conditions of this evaluation, the laboratory's where none were given.
-    const ValueWithUnit& bound_temperature() const { return bound_temperature_; }
-    const ValueWithUnit& bound_pressure() const { return bound_pressure_; }
+    /// The conditions of this evaluation: as given, else the laboratory's where the separator was
+    /// executed, else those it has now.
+    ValueWithUnit bound_temperature() const;
+    ValueWithUnit bound_pressure() const;
 
     // Reading.
     /// Index of the variable of that specification, -1 for a new one.
@@ -136,6 +137,7 @@ private:
     void measure(SepSplit& split, const Tank& oil, const Tank& gas);
 
     ValueWithUnit bound_temperature_, bound_pressure_;
+    const EOSLab* lab_ = nullptr;  ///< not owned; of the current evaluation
     DynPtr<StreamCell> cell_;
 };
 

@@ -50,6 +50,13 @@ TEST(Sep, ConditionsOfTheLaboratory) {
     EXPECT_NEAR(separator(run, "B").bound_temperature().value, (70 + 459.67) / 1.8, 1e-12);
 }
 
+TEST(Sep, ConditionsThatTheLaboratoryGetsLater) {
+    LabRun run(LIGHT_FLUID + "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\nSEP S\nEND\n"
+                             "TEMP 80 F\nPRES 300 psia\nAPPLY SEP S\n");
+    ASSERT_FALSE(run.stopped) << run.report();
+    EXPECT_NEAR(Separated(run, "S").split.pressure.value, 300 * 6894.757293168361, 1e-6);
+}
+
 TEST(Sep, LeavesTheLaboratoryAsItIs) {
     const std::string use = "SEP S 300 psia 80 F\nEND\nAPPLY SEP S\n";
     LabRun with(FED + "FLASH 90 F 700 psia\n" + use + "FLASH\n");
