@@ -137,7 +137,7 @@ void PVTzEXPA::print_heading(const Section& section, Writer& writer) const {
 }
 
 /// The cell at the basis, and what is known there. False if the experiment can not go on.
-bool PVTzEXPA::start(StageRun& s, const Section& section) {
+bool PVTzEXPA::start(StageRun& s, Section& section) {
     removed_gas_ = 0.0;
     const bool wanted = saturation_kind != BasisState::None || !(s.cell.pressure.value > 0.0);
     if (!find_basis(s, wanted)) return false;

@@ -99,7 +99,7 @@ protected:
 
 private:
     void validate_names(Reader& reader, EOSLab& lab);
-    bool start(StageRun& s, const Section& section);
+    bool start(StageRun& s, Section& section);
     bool find_basis(StageRun& s, bool wanted);
     void search_saturation(StageRun& s, bool wanted);
     void print_basis(const StageRun& s) const;
