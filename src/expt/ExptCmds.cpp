@@ -29,8 +29,7 @@ using Expt_Key = UserKey<EOSLab, Expt_Data<Experiment>>;
 
 const Expt_Key<PVTzEXPA> expansion_key{"EXP&", "CCE&", "SWEL&"};
 const Expt_Key<PVTzDFLG> gas_liberation_key{"DL", "DLG&", "DLE", "DLEG&", "DFL", "DFLG&"};
-const Expt_Key<PVTzDFLL> liquid_liberation_key{"DLL&",  "DLO&",  "DLEL&",
-                                               "DLEO&", "DFLL&", "DFLO&"};
+const Expt_Key<PVTzDFLL> liquid_liberation_key{"DLL&", "DLO&", "DLEL&", "DLEO&", "DFLL&", "DFLO&"};
 const Expt_Key<PVTzCVDG> gas_volume_key{"CVD", "CVDG&"};
 const Expt_Key<PVTzCVDL> liquid_volume_key{"CVDL&", "CVDO&"};
 const Expt_Key<PVTzCMDG> gas_moles_key{"CMD", "CMDG&"};

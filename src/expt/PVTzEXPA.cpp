@@ -92,15 +92,19 @@ void PVTzEXPA::setRemoval(const ExptData&) {
     liquid_share = gas_share = 0.0;
 }
 
+/// An excess that is the round-off of adding up the phases is none.
 void PVTzEXPA::deplete_gas(double basis, double liquid, double gas) {
+    constexpr double ROUND_OFF = 1e-13;
     liquid_share = 0.0;
     gas_share = 1.0;
-    liquid_retained = basis < liquid ? basis / liquid : 1.0;
-    gas_retained = 1.0;
-    if (basis < liquid)
+    liquid_retained = gas_retained = 1.0;
+    if (liquid + gas <= basis * (1.0 + ROUND_OFF)) return;
+    if (basis < liquid) {
+        liquid_retained = basis / liquid;
         gas_retained = 0.0;
-    else if (gas > basis - liquid)
+    } else {
         gas_retained = (basis - liquid) / gas;
+    }
 }
 
 void PVTzEXPA::deplete_liquid(double basis, double liquid, double gas) {
@@ -110,7 +114,7 @@ void PVTzEXPA::deplete_liquid(double basis, double liquid, double gas) {
 }
 
 void PVTzEXPA::run(Reader&, EOSLab& lab, Writer& writer) {
-    follow_columns(lab);
+    follow_columns(lab, writer);
     Section section(lab, writer, "Experiment", label(), number);
     print_heading(section, writer);
     StageRun s(*this, lab, writer);
@@ -222,8 +226,8 @@ void PVTzEXPA::setBasis(PVTCell& cell) {
     const double L = std::clamp(cell.x_state.fraction, 0.0, 1.0);
     const double V = std::clamp(cell.y_state.fraction, 0.0, 1.0);
     const bool two = cell.phase_count >= 2;
-    const double Z = two ? L * cell.x_state.z_factor + V * cell.y_state.z_factor
-                         : cell.feed_state.z_factor;
+    const double Z =
+        two ? L * cell.x_state.z_factor + V * cell.y_state.z_factor : cell.feed_state.z_factor;
     basis_moles = 1.0;
     basis_mass = cell.feed->total_mass() / cell.feed->total_moles();
     basis_volume = Z * GAS_CONSTANT * cell.temperature.value / cell.pressure.value;
@@ -255,7 +259,8 @@ void PVTzEXPA::identify(PVTCell& cell) {
 void PVTzEXPA::flash_stage(PVTCell& cell) {
     if (cell.phase_count < 2 && kept_ln_k_.size() == cell.ln_k.size()) {
         cell.ln_k = kept_ln_k_;
-        std::ranges::transform(kept_ln_k_, cell.k.begin(), [](double ln_k) { return std::exp(ln_k); });
+        std::ranges::transform(kept_ln_k_, cell.k.begin(),
+                               [](double ln_k) { return std::exp(ln_k); });
     }
     cell.flash();
 }
@@ -296,16 +301,19 @@ bool PVTzEXPA::run_stage(StageRun& s, int index) {
 
 /// The record of a stage holds what the row sets; what it measures stays in the table.
 void PVTzEXPA::read_stage(StageRun& s, int index) const {
-    static constexpr std::array SET_FIELDS{
-        &ExptData::temperature,        &ExptData::pressure,
-        &ExptData::inj_moles,          &ExptData::inj_moles_per_volume,
-        &ExptData::inj_relative_moles, &ExptData::inj_mass,
-        &ExptData::inj_mass_per_volume, &ExptData::inj_relative_mass,
-        &ExptData::weight,             &ExptData::depth};
-    static constexpr std::array NAME_FIELDS{&ExptData::zone,        &ExptData::feed_name_1,
-                                            &ExptData::feed_name_2, &ExptData::eql_name,
-                                            &ExptData::eqv_name,    &ExptData::nfl_name,
-                                            &ExptData::nfv_name};
+    static constexpr std::array SET_FIELDS{&ExptData::temperature,
+                                           &ExptData::pressure,
+                                           &ExptData::inj_moles,
+                                           &ExptData::inj_moles_per_volume,
+                                           &ExptData::inj_relative_moles,
+                                           &ExptData::inj_mass,
+                                           &ExptData::inj_mass_per_volume,
+                                           &ExptData::inj_relative_mass,
+                                           &ExptData::weight,
+                                           &ExptData::depth};
+    static constexpr std::array NAME_FIELDS{
+        &ExptData::zone,     &ExptData::feed_name_1, &ExptData::feed_name_2, &ExptData::eql_name,
+        &ExptData::eqv_name, &ExptData::nfl_name,    &ExptData::nfv_name};
     s.input = s.blank;
     s.row = s.blank;
     s.table.TakeRow(index, s.input);
@@ -324,8 +332,8 @@ bool PVTzEXPA::set_conditions(StageRun& s) const {
                            ERROR);
         return false;
     };
-    const bool legal_T = physical(s.row.temperature, s.positions.temperature,
-                                  UnitKind::Temperature, "temperature");
+    const bool legal_T =
+        physical(s.row.temperature, s.positions.temperature, UnitKind::Temperature, "temperature");
     const bool legal_P =
         physical(s.row.pressure, s.positions.pressure, UnitKind::Pressure, "pressure");
     if (!legal_T || !legal_P) return false;
@@ -373,6 +381,7 @@ bool PVTzEXPA::inject(StageRun& s) {
 }
 
 void PVTzEXPA::add_injection(StageRun& s, double increment) {
+    s.mixed.rebind(s.cell.charz);
     s.mixed.assign_scaled(*s.cell.feed, s.moles);
     s.mixed.add_amount(*s.lab.find_mixture("INJ"), increment);
     s.mixed.normalize(0.0);

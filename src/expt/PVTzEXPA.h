@@ -92,6 +92,9 @@ protected:
     /// phase too where that is not enough. Below the basis nothing is removed. All in one quantity.
     void deplete_gas(double basis, double liquid, double gas);
     void deplete_liquid(double basis, double liquid, double gas);
+    /// True if the stage's removal takes out anything; and if it leaves anything in the cell.
+    bool removes() const;
+    bool leaves_fluid(const ExptData& row) const;
     /// The "=" underlined heading of the report.
     void print_heading(const Section& section, Writer& writer) const;
     /// The residual and the report lines of the saturation pressure at the basis.

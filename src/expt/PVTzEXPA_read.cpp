@@ -40,9 +40,8 @@ const ExptSaturation_Key<BasisState::BubblePoint> bubble_key{"BUBP&", "PBUB&"};
 const ExptSaturation_Key<BasisState::DewPoint> dew_key{"DEWP&", "PDEW&"};
 
 /// Names that are no user's to give to a fluid of a stage.
-constexpr std::array<const char*, 11> RESERVED_NAMES{"TANK&", "MOLE&", "MASS&", "TMOLE&",
-                                                     "TMASS&", "EQL&",  "EQV&",  "NFL&",
-                                                     "NFV&",   "FEED",  "INJ&"};
+constexpr std::array<const char*, 11> RESERVED_NAMES{
+    "TANK&", "MOLE&", "MASS&", "TMOLE&", "TMASS&", "EQL&", "EQV&", "NFL&", "NFV&", "FEED", "INJ&"};
 
 bool is_reserved(const std::string& name) {
     double number;

@@ -109,8 +109,7 @@ void PVTzEXPA::afterSaturations(EOSLab& lab, ExptData& row, const ExptData& posi
         return has_column(positions.*field.after);
     });
     if (!any) return;
-    const bool unchanged = liquid_retained == 1.0 && gas_retained == 1.0;
-    const bool empty = !(row.liquid_mole_fraction_2 + row.gas_mole_fraction_2 > 0.0);
+    const bool unchanged = !removes(), empty = !leaves_fluid(row);
     for (const SaturationField& field : SATURATION_FIELDS) {
         if (!has_column(positions.*field.after)) continue;
         if (field.quantity == Quantity::Temperature) {

@@ -35,14 +35,12 @@ constexpr CompositionFields GAS_COMPOSITION{&ExptData::y, &ExptData::mass_y, &Ex
 struct DensityFields {
     Field z_factor, mw, molar_volume, molar_density, specific_volume, density;
 };
-constexpr DensityFields OVERALL_BEFORE{
-    &ExptData::z_factor_1,      &ExptData::mw_1,
-    &ExptData::molar_volume_1,  &ExptData::molar_density_1,
-    &ExptData::specific_volume_1, &ExptData::density_1};
-constexpr DensityFields OVERALL_AFTER{
-    &ExptData::z_factor_2,      &ExptData::mw_2,
-    &ExptData::molar_volume_2,  &ExptData::molar_density_2,
-    &ExptData::specific_volume_2, &ExptData::density_2};
+constexpr DensityFields OVERALL_BEFORE{&ExptData::z_factor_1,        &ExptData::mw_1,
+                                       &ExptData::molar_volume_1,    &ExptData::molar_density_1,
+                                       &ExptData::specific_volume_1, &ExptData::density_1};
+constexpr DensityFields OVERALL_AFTER{&ExptData::z_factor_2,        &ExptData::mw_2,
+                                      &ExptData::molar_volume_2,    &ExptData::molar_density_2,
+                                      &ExptData::specific_volume_2, &ExptData::density_2};
 
 /// Where the record holds what belongs to one phase.
 struct PhaseFields {
@@ -54,8 +52,7 @@ struct PhaseFields {
 };
 constexpr PhaseFields LIQUID{
     {&ExptData::liquid_z_factor, &ExptData::liquid_mw, &ExptData::liquid_molar_volume,
-     &ExptData::liquid_molar_density, &ExptData::liquid_specific_volume,
-     &ExptData::liquid_density},
+     &ExptData::liquid_molar_density, &ExptData::liquid_specific_volume, &ExptData::liquid_density},
     &ExptData::liquid_viscosity,
     {&ExptData::liquid_moles_1, &ExptData::liquid_moles_2},
     {&ExptData::liquid_mass_1, &ExptData::liquid_mass_2},
@@ -150,9 +147,7 @@ void fill_viscosity(ExptData& row, const ExptData& positions, Field viscosity, c
                     const PVTCell& cell, double Z) {
     if (has_column(positions.*viscosity))
         row.*viscosity =
-            viscometer()
-                ->viscosity(tank, cell.temperature.value, cell.pressure.value, Z)
-                .value;
+            viscometer()->viscosity(tank, cell.temperature.value, cell.pressure.value, Z).value;
 }
 
 /// GOR and OGR of the stage from the mole fractions of the phases.
@@ -234,8 +229,8 @@ double tension_of(const PVTCell& cell) {
     const double Z_x = trivial ? cell.feed_state.z_factor : cell.x_state.z_factor;
     const double Z_y = trivial ? cell.feed_state.z_factor : cell.y_state.z_factor;
     return tension_model()
-        ->tension(*cell.nf_liquid, *cell.nf_vapor, cell.temperature.value, cell.pressure.value,
-                  Z_x, Z_y)
+        ->tension(*cell.nf_liquid, *cell.nf_vapor, cell.temperature.value, cell.pressure.value, Z_x,
+                  Z_y)
         .value;
 }
 
@@ -257,8 +252,8 @@ void PVTzEXPA::beforeRemoval(EOSLab& lab, ExptData& row, const ExptData& positio
     fill_viscosity(row, positions, LIQUID.viscosity, *liquid.tank, cell, liquid.z_factor);
     fill_viscosity(row, positions, GAS.viscosity, *gas.tank, cell, gas.z_factor);
     row.liquid_gravity = ratio(row.liquid_density, WATER_DENSITY);
-    row.liquid_api = row.liquid_gravity == UNDEFINED ? UNDEFINED
-                                                     : ratio(141.5, row.liquid_gravity) - 131.5;
+    row.liquid_api =
+        row.liquid_gravity == UNDEFINED ? UNDEFINED : ratio(141.5, row.liquid_gravity) - 131.5;
     row.gas_gravity = ratio(row.gas_mw, AIR_MW);
 
     row.z_factor_1 = liquid.fraction * liquid.z_factor + gas.fraction * gas.z_factor;
@@ -306,21 +301,29 @@ void PVTzEXPA::store_phases(EOSLab& lab, const ExptData& row) {
     storeStageFluid(row.stage, row.feed_name_1, *cell.feed, lab, StageFluid::Feed);
 }
 
+bool PVTzEXPA::removes() const {
+    return liquid_retained != 1.0 || gas_retained != 1.0;
+}
+
+bool PVTzEXPA::leaves_fluid(const ExptData& row) const {
+    return row.liquid_mole_fraction_1 * liquid_retained + row.gas_mole_fraction_1 * gas_retained >
+           0.0;
+}
+
 void PVTzEXPA::afterRemoval(EOSLab& lab, ExptData& row, const ExptData& positions, bool both) {
     PVTCell& cell = lab.cell();
     fill_amounts_after(row);
-    const double left = row.liquid_mole_fraction_2 + row.gas_mole_fraction_2;
     // What loses nothing stays to the last digit, and what loses all keeps its composition.
-    const bool changed = liquid_retained != 1.0 || gas_retained != 1.0;
-    if (changed && left > 0.0) {
+    const bool changed = removes(), left = leaves_fluid(row);
+    if (changed && left) {
         const StagePhase liquid = liquid_phase(cell, both), gas = gas_phase(cell, both);
         cell.feed->assign_scaled(*liquid.tank, row.liquid_mole_fraction_2);
         cell.feed->add_scaled(*gas.tank, row.gas_mole_fraction_2);
         cell.feed->normalize(0.0);
     }
     storeStageFluid(row.stage, row.feed_name_2, *cell.feed, lab, StageFluid::Feed);
-    fill_overall_after(row, changed, left > 0.0);
-    if (left > 0.0)
+    fill_overall_after(row, changed, left);
+    if (left)
         fill_viscosity(row, positions, &ExptData::viscosity, *cell.feed, cell, row.z_factor_2);
     fill_ratios_after(row);
     fill_composition(row, FEED_AFTER, positions, *cell.feed);
@@ -340,15 +343,20 @@ void PVTzEXPA::fill_amounts_after(ExptData& row) {
         row.removed_moles += row.*f->moles[0] - row.*f->moles[1];
         row.removed_mass += row.*f->mass[0] - row.*f->mass[1];
     }
+    if (!removes()) {
+        row.moles_2 = row.moles_1;
+        row.mass_2 = row.mass_1;
+        row.volume_2 = row.volume_1;
+    }
     removed_gas_ += row.gas_moles_1 - row.gas_moles_2;
     fill_relative(row, 1);
     row.removed_moles_per_volume = row.removed_moles * inverse_volume;
     row.removed_mass_per_volume = row.removed_mass * inverse_volume;
     row.removed_relative_moles = row.removed_moles * inverse_moles;
     row.removed_relative_mass = row.removed_mass * inverse_mass;
-    if (liquid_retained == 1.0 && gas_retained == 1.0) return;
-    for (const auto fraction : {&PhaseFields::mole_fraction, &PhaseFields::mass_fraction,
-                                &PhaseFields::volume_fraction})
+    if (!removes()) return;
+    for (const auto fraction :
+         {&PhaseFields::mole_fraction, &PhaseFields::mass_fraction, &PhaseFields::volume_fraction})
         normalize_pair(row.*(LIQUID.*fraction)[1], row.*(GAS.*fraction)[1], liquid_retained,
                        gas_retained);
 }

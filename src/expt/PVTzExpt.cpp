@@ -22,15 +22,14 @@ const UserKey<PVTzExpt, ExptId_Data> id_key{"ID"};
 constexpr const char* EXPERIMENTS_READ = "experiments read";
 }  // namespace
 
-void PVTzExpt::parse(Reader& reader, EOSLab& lab, Writer&) {
+void PVTzExpt::parse(Reader& reader, EOSLab& lab, Writer& writer) {
     const int* read = lab.run_counts.find(EXPERIMENTS_READ);
     number = lab.run_counts.set(EXPERIMENTS_READ, (read ? *read : 0) + 1);
-    follow_columns(lab);
+    follow_columns(lab, writer);
     table.heads = &key_table().dictionary();
     table.allowWeights = 1;
     std::string word;
-    if (ReadBlock(reader, word, true) == 0 && KeyCompare(word, "END") != 0)
-        read_table(reader, lab);
+    if (ReadBlock(reader, word, true) == 0 && KeyCompare(word, "END") != 0) read_table(reader, lab);
     add_stage_column();
 }
 
@@ -77,8 +76,8 @@ ExptHeads& PVTzExpt::key_table() const {
     return ExptHeads::expansion();
 }
 
-void PVTzExpt::follow_columns(EOSLab& lab) {
-    if (const Charzation* charz = lab.current(nullptr)) key_table().follow(*charz);
+void PVTzExpt::follow_columns(EOSLab& lab, Writer& writer) {
+    if (const Charzation* charz = lab.current(nullptr)) key_table().follow(*charz, &writer);
 }
 
 }  // namespace kestrane

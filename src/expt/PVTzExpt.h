@@ -32,7 +32,7 @@ public:
 
 protected:
     /// Follows the current characterization with the columns of its components and lumps.
-    void follow_columns(EOSLab& lab);
+    void follow_columns(EOSLab& lab, Writer& writer);
 
 private:
     void read_table(Reader& reader, EOSLab& lab);

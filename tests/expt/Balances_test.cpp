@@ -10,8 +10,7 @@ namespace {
 constexpr double ROUND_OFF = 1e-10;
 
 /// A path from above the saturation pressure far down.
-const std::string STAGES =
-    "PRES BAR\n 400\n 300\n 200\n 150\n 100\n 60\n 30\n 10\n 2\nEND\n";
+const std::string STAGES = "PRES BAR\n 400\n 300\n 200\n 150\n 100\n 60\n 30\n 10\n 2\nEND\n";
 
 template <class Experiment>
 class Balances : public testing::Test {};
@@ -79,8 +78,8 @@ TYPED_TEST(Balances, OfAGasCondensate) {
 }
 TYPED_TEST(Balances, WithInjection) {
     ExptRun<TypeParam> run(OIL + "QMIX INJ C1 0.9 C3 0.1\n",
-                           "BASIS 2 LBMOL\nPRES BAR  MINJ LBMOL\n 300 0\n 250 1\n 200 3\n 100 3\n"
-                           " 50 4.5\nEND\n");
+                           "BASIS 2 LBMOL\n" + aligned({"PRES BAR|MINJ LBMOL", "300|0", "250|1",
+                                                        "200|3", "100|3", "50|4.5"}));
     check(run, 5);
 }
 TYPED_TEST(Balances, OfAMassBasisAtAPressure) {
@@ -89,7 +88,7 @@ TYPED_TEST(Balances, OfAMassBasisAtAPressure) {
     EXPECT_NEAR(run.experiment.basis_mass, 3.0, 1e-12);
 }
 TYPED_TEST(Balances, OfAVolumeBasis) {
-    ExptRun<TypeParam> run(OIL, "BASIS 5 CC\n" + STAGES);
+    ExptRun<TypeParam> run(OIL, "BASIS 5 ML\n" + STAGES);
     check(run, 9);
     EXPECT_NEAR(run.experiment.basis_volume, 5e-6, 1e-18);
 }

@@ -74,12 +74,11 @@ TEST(Depletion, LiberationRules) {
 
 // Whatever is above the basis goes, what is below stays whole.
 template <class Run>
-void expect_basis(const Run& run, double basis, double ExptData::*before,
-                  double ExptData::*after) {
+void expect_basis(const Run& run, double basis, double ExptData::*before, double ExptData::*after) {
     int at_basis = 0;
     ASSERT_EQ(run.rows().size(), 9u);
     for (const ExptData& r : run.rows()) {
-        if (r.*before <= basis) {
+        if (r.*before <= basis * (1.0 + 1e-13)) {
             EXPECT_EQ(r.*after, r.*before) << r.stage;
         } else {
             ++at_basis;
@@ -102,8 +101,8 @@ TEST(Depletion, EndsAtTheBasisVolume) {
 // Moles and mass exceed the basis only by what is injected.
 TEST(Depletion, EndsAtTheBasisMolesOrMass) {
     const std::string stages =
-        "BASIS 1 MOL\nPRES BAR  MINJ MOL\n 200 0.1\n 150 0.2\n 100 0.5\n 80 0.9\n 60 1.5\n 50 2\n"
-        " 40 2.5\n 30 3\n 20 4\nEND\n";
+        "BASIS 1 MOL\n" + aligned({"PRES BAR|MINJ MOL", "200|0.1", "150|0.2", "100|0.5", "80|0.9",
+                                   "60|1.5", "50|2", "40|2.5", "30|3", "20|4"});
     for (const std::string& fluid : {OIL, CONDENSATE}) {
         const std::string injected = fluid + "QMIX INJ C1 1\n";
         const ExptRun<PVTzCMDG> moles(injected, stages);
@@ -163,7 +162,7 @@ TEST(Depletion, StageRatioTimesLiquidIsTheGasTakenOut) {
 TEST(Depletion, BeforeIsAfterWhereNothingIsRemoved) {
     const ExptRun<PVTzEXPA> run(OIL, STAGES);
     for (const ExptData& r : run.rows()) {
-        EXPECT_EQ(r.volume_1, r.gas_volume_2 + r.liquid_volume_2);
+        EXPECT_EQ(r.volume_1, r.volume_2);
         EXPECT_EQ(r.z_factor_1, r.z_factor_2);
         EXPECT_EQ(r.mw_1, r.mw_2);
         EXPECT_EQ(r.density_1, r.density_2);
@@ -186,7 +185,8 @@ TEST(Depletion, AnEmptiedCellKeepsItsComposition) {
         EXPECT_NEAR(r.removed_relative_moles, 1.0, ROUND_OFF);
         EXPECT_NEAR(r.z_1[0], 0.9, ROUND_OFF);
         EXPECT_NEAR(r.z_2[0], 0.9, ROUND_OFF);
-        EXPECT_EQ(r.z_factor_2, r.stage == 1 ? UNDEFINED : r.z_factor_2);
+        EXPECT_EQ(r.z_factor_2, UNDEFINED);
+        EXPECT_EQ(r.density_2, UNDEFINED);
         EXPECT_EQ(r.cum_gor_2, UNDEFINED);
     }
     EXPECT_EQ(run.rows()[1].moles_1, 0.0);
@@ -196,7 +196,7 @@ TEST(Depletion, AnEmptiedCellKeepsItsComposition) {
 TEST(Depletion, CumulativeRatioCountsGasAlone) {
     // The basis is a small part of what injection makes.
     const ExptRun<PVTzCVDG> run(OIL + "QMIX INJ N-C10 1\n",
-                                "PRES BAR  RMI FRAC\n 100 0\n 100 1\n 100 2\nEND\n");
+                                aligned({"PRES BAR|RMI FRAC", "100|0", "100|1", "100|2"}));
     double gas = 0.0;
     ASSERT_EQ(run.rows().size(), 3u);
     for (const ExptData& r : run.rows()) {

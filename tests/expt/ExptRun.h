@@ -66,6 +66,19 @@ private:
     Reader reader_;
 };
 
+/// A table of cells divided by "|", each under its heading.
+inline std::string aligned(std::initializer_list<const char*> lines) {
+    constexpr std::size_t WIDTH = 24;
+    std::string text;
+    for (std::string line : lines) {
+        std::size_t at = 0;
+        for (std::size_t bar = 0; (bar = line.find('|', at)) != std::string::npos; at = bar)
+            line.replace(bar, 1, std::string(WIDTH - bar % WIDTH, ' '));
+        text += line + "\n";
+    }
+    return text + "END\n";
+}
+
 /// Methane, propane and decane with both of them soluble in each other at 350 K.
 inline const std::string OIL = LIGHT_FLUID + "QMIX FEED C1 0.5 C3 0.2 N-C10 0.3\nTEMP 350 K\n";
 inline const std::string CONDENSATE =
