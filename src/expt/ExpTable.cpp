@@ -181,8 +181,7 @@ void ExpTable::compare(Fitter& fitter, std::span<const double> weights) {
         const DataColumn<double>* results = result_column(*column);
         if (!results) continue;
         const double column_weight = column->weight == UNSET ? 1.0 : column->weight;
-        statistics_.push_back(
-            Comparison(results->cells, rows, weights).run(fitter, column_weight));
+        statistics_.push_back(Comparison(results->cells, rows, weights).run(fitter, column_weight));
     }
 }
 

@@ -141,8 +141,8 @@ std::string Layout::summary_line(const std::string& label, double ColumnStatisti
             const ColumnStatistics* statistics = block.statistics;
             const bool compared = statistics && statistics->count > 0;
             text += blanks(place - length(text));
-            text += centred(compared ? statistic_text(statistics->*value, decimals) : "",
-                            block.width);
+            text +=
+                centred(compared ? statistic_text(statistics->*value, decimals) : "", block.width);
         }
         place += block.width + gap_;
     }

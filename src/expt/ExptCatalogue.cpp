@@ -339,11 +339,8 @@ void add_densities(Builder& to) {
 }
 
 void add_properties(Builder& to) {
-    to.plain_before({{"Overall Z-Factor", "Z-Factor"},
-                     {"Z"},
-                     NO_UNIT,
-                     &Data::z_factor_1,
-                     &Data::z_factor_2});
+    to.plain_before(
+        {{"Overall Z-Factor", "Z-Factor"}, {"Z"}, NO_UNIT, &Data::z_factor_1, &Data::z_factor_2});
     to.result(&Data::gas_z_factor, {"Gas Phase Z-Factor", "Gas Z-Factor"}, {"GZ&"}, NO_UNIT);
     to.result(&Data::liquid_z_factor, {"Liquid Phase Z-Factor", "Liq Z-Factor"}, {"LZ&"}, NO_UNIT);
     to.plain_before({{"Overall Molecular Weight", "MW"},
@@ -372,8 +369,7 @@ void add_properties(Builder& to) {
 
 void add_removal(Builder& to, ExptCatalogue& list) {
     const auto removal = [&](Field field, Names titles, Names keys, UnitKind kind) {
-        list.removed.push_back(
-            to.add(field, std::move(titles), std::move(keys), kind, TAG_RESULT));
+        list.removed.push_back(to.add(field, std::move(titles), std::move(keys), kind, TAG_RESULT));
     };
     removal(&Data::removed_moles, {"Cumulative Removal", "Removed"}, {"MR", "MREM", "MREMO&"},
             UnitKind::Mole);

@@ -54,24 +54,13 @@ std::string with_name(const char* pattern, const std::string& name) {
 const AnyColHead& named_head(const NamedColumn& column, const UserWord& name, std::size_t entry) {
     using Identity = std::tuple<const NamedColumn*, std::string, std::size_t>;
     static std::map<Identity, ExptCompCol> made;
-    const auto [at, is_new] = made.try_emplace(
-        Identity{&column, name.key(), entry}, column.entries, entry,
-        std::vector{with_name(column.title, name.shown()),
-                    with_name(column.short_title, name.shown())},
-        std::vector{with_name(column.key, name.key())},
-        column.ratio ? &unit_set(UnitKind::Fraction) : nullptr, TAG_RESULT);
+    const auto [at, is_new] =
+        made.try_emplace(Identity{&column, name.key(), entry}, column.entries, entry,
+                         std::vector{with_name(column.title, name.shown()),
+                                     with_name(column.short_title, name.shown())},
+                         std::vector{with_name(column.key, name.key())},
+                         column.ratio ? &unit_set(UnitKind::Fraction) : nullptr, TAG_RESULT);
     return at->second;
-}
-
-/// Warns of keywords that find no column since another one answers to them, once for each keyword.
-void report_duplicates(const std::vector<std::string>& keys, Writer* writer) {
-    static std::set<std::string> reported;
-    if (!writer) return;
-    std::vector<std::string> lines;
-    for (const std::string& key : keys)
-        if (reported.insert(key).second)
-            lines.push_back("Duplicate keyword \"" + key + "\" ignored.");
-    if (!lines.empty()) writer->Warning(lines);
 }
 
 }  // namespace
@@ -85,9 +74,10 @@ ExptData::ExptData(std::size_t component_count, std::size_t lump_count) {
 
 struct ExptHeads::State {
     HeadDictionary fixed;
-    HeadDictionary all;  ///< the fixed heads and those of the names followed
+    HeadDictionary all;                   ///< the fixed heads and those of the names followed
     std::vector<std::string> components;  ///< names whose heads are in `all`
     std::vector<std::string> lumps;
+    std::set<std::string> reported;  ///< keywords that two names of a fluid share
 
     bool same_components(const Charzation& charz) const;
     /// Whether the lumps followed are the first ones of the characterization.
@@ -96,6 +86,8 @@ struct ExptHeads::State {
     void add(std::span<const NamedColumn> columns, const UserWord& name, std::size_t first_entry,
              std::vector<std::string>& duplicates);
     void add_lumps(const Charzation& charz, std::vector<std::string>& duplicates);
+    /// Warns of keywords to which another column answers, once for each.
+    void report(const std::vector<std::string>& duplicates, Writer& writer);
 };
 
 bool ExptHeads::State::same_components(const Charzation& charz) const {
@@ -139,6 +131,14 @@ void ExptHeads::State::add_lumps(const Charzation& charz, std::vector<std::strin
     }
 }
 
+void ExptHeads::State::report(const std::vector<std::string>& duplicates, Writer& writer) {
+    std::vector<std::string> lines;
+    for (const std::string& key : duplicates)
+        if (reported.insert(key).second)
+            lines.push_back("Duplicate keyword \"" + key + "\" ignored.");
+    if (!lines.empty()) writer.Warning(lines);
+}
+
 ExptHeads::ExptHeads(std::span<const AnyColHead* const> fixed) : state_(new State) {
     for (const AnyColHead* head : fixed) state_->fixed.add(*head);
     state_->all = state_->fixed;
@@ -174,7 +174,7 @@ void ExptHeads::follow(const Charzation& charz, Writer* writer) {
     std::vector<std::string> duplicates;
     if (!state.same_components(charz) || !state.same_lumps(charz)) state.restart(charz, duplicates);
     state.add_lumps(charz, duplicates);
-    report_duplicates(duplicates, writer);
+    if (writer) state.report(duplicates, *writer);
 }
 
 void ExptHeads::reset() {
@@ -182,6 +182,7 @@ void ExptHeads::reset() {
     state.all = state.fixed;
     state.components.clear();
     state.lumps.clear();
+    state.reported.clear();
 }
 
 }  // namespace kestrane

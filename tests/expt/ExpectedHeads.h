@@ -1,7 +1,7 @@
 #pragma once
 
 // Every fixed column head with the field of the stage record it stands for, written out one by
-// one. "&" ends a keyword that matches any tail. Fields: N number, T text.
+// one. "&" ends a keyword that matches any tail.
 
 #include <string>
 #include <variant>
@@ -25,6 +25,7 @@ struct ExpectedHead {
     PrintFigures figures{4, 7, 5};
 };
 
+// clang-format off: one head, one entry
 inline constexpr const char* RATIO = "fraction";
 
 inline const std::vector<ExpectedHead>& expected_set_conditions() {
@@ -423,5 +424,7 @@ inline std::vector<ExpectedHead> expected_segregation() {
     append(heads, expected_names());
     return heads;
 }
+
+// clang-format on
 
 }  // namespace kestrane::testing

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <fstream>
 #include <set>
+#include <sstream>
 
 #include "expt/ExpectedHeads.h"
 #include "fluid/Charzation.h"
@@ -291,7 +293,7 @@ TEST_F(ExptHeadsTest, OnlyEqualNamesOfOneFluidCollide) {
     const Charzation twins = fluid_of({"OTHER", "TWIN"}, {"twin"});
     heads.follow(twins, &script.writer);
     EXPECT_EQ(script.counts.warnings, 1u);
-    EXPECT_TRUE(script.says("Duplicate keyword \"K-twin\" ignored."));
+    EXPECT_TRUE(script.says("Duplicate keyword \"K-twin\" ignored"));
     EXPECT_TRUE(script.says("Duplicate keyword \"YWT-twin\" ignored."));
     EXPECT_FALSE(script.says("MW-twin"));
     // The component, which came first, answers; the lump has what only lumps have.
@@ -331,4 +333,42 @@ TEST_F(ExptHeadsTest, TheDictionaryStaysWhereTablesLook) {
     heads.follow(fluid_of({"C2"}));
     heads.reset();
     EXPECT_EQ(&heads.dictionary(), place);
+}
+
+TEST(ExptHeads, TheListForScriptWritersHasEveryKey) {
+    std::ifstream file(KESTRANE_SOURCE_DIR "/doc/experiment-columns.md");
+    ASSERT_TRUE(file);
+    // Rows of the tables: keys | column | unit.
+    std::vector<std::vector<std::string>> rows;
+    for (std::string line; std::getline(file, line);) {
+        if (!line.starts_with("| `")) continue;
+        std::vector<std::string> cells;
+        std::istringstream text(line.substr(2));
+        for (std::string cell; std::getline(text, cell, '|');)
+            cells.push_back(cell.substr(0, cell.find_last_not_of(' ') + 1));
+        rows.push_back(cells);
+    }
+    const auto listed = [&](const std::vector<std::string>& keys, const std::string& title,
+                            const std::string& unit) {
+        std::string quoted;
+        for (const std::string& key : keys) quoted += (quoted.empty() ? "`" : " `") + key + "`";
+        for (const auto& row : rows)
+            if (row[0] == quoted) return row[1].starts_with(" " + title) && row[2] == " " + unit;
+        return false;
+    };
+    for (const auto& heads : {expected_expansion(), expected_segregation()})
+        for (const ExpectedHead& head : heads)
+            EXPECT_TRUE(listed(head.keys, head.title, *head.units ? head.units : "none"))
+                << head.keys.front();
+    for (const auto& heads : {NAMED_HEADS, LUMP_HEADS}) {
+        for (const NamedHead& head : heads) {
+            const auto nameless = [](std::string text) {
+                return text.replace(text.find("C1"), 2, "?");
+            };
+            EXPECT_TRUE(listed({nameless(head.key)}, nameless(head.title),
+                               head.ratio ? "fraction" : "none"))
+                << head.key;
+        }
+    }
+    EXPECT_EQ(rows.size(), 176u + 16u);
 }
