@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <numeric>
+#include <optional>
 #include <vector>
 
 #include "equil/Tank.h"
@@ -40,18 +42,48 @@ double lumped(const Lump& lump, std::span<const double> amounts, const Carried& 
     return sum;
 }
 
-/// The amount of a target component that has the name of a source component, or of a lump of them.
-double amount_by_name(const Source& source, const Carried& carried, const Charzation& target,
-                      const std::string& name) {
-    const std::span<const double> amounts = source.amounts();
-    const int known = source.charz.find_component(name);
-    if (known >= 0 && carried[static_cast<std::size_t>(known)])
-        return amounts[static_cast<std::size_t>(known)];
-    const Lump* lump = target.find_lump(name);
-    // Factors of another characterization's components mean nothing here.
-    if (!lump || !lump->fits(source.charz)) return 0.0;
-    return lumped(*lump, amounts, carried);
-}
+/// Amounts of target components that have the name of a source component, or of a lump of them. A
+/// lump of the target's base is a sum of lumps of the base's base where the source is that one.
+class AmountsByName {
+public:
+    AmountsByName(const Source& source, const Carried& carried, const Charzation& target)
+        : source_(source), carried_(carried), target_(target) {}
+
+    /// 0 for a name that the source does not have.
+    double operator()(const std::string& name) { return amount(name).value_or(0.0); }
+
+private:
+    std::optional<double> amount(const std::string& name) {
+        const int known = source_.charz.find_component(name);
+        if (known >= 0 && carried_[static_cast<std::size_t>(known)])
+            return source_.amounts()[static_cast<std::size_t>(known)];
+        const Lump* lump = target_.find_lump(name);
+        if (lump && lump->fits(source_.charz)) return lumped(*lump, source_.amounts(), carried_);
+        if (known >= 0) return 0.0;  // the part of a plus fraction that is split
+        return lump ? composed(*lump) : std::nullopt;
+    }
+
+    /// Of a lump of other components, by their names. All of them must be known: factors of another
+    /// characterization's components mean nothing by themselves.
+    std::optional<double> composed(const Lump& lump) {
+        const auto [place, is_new] = composed_.emplace(&lump, std::nullopt);
+        if (!is_new || lump.components.size() != lump.fractions.size()) return place->second;
+        double sum = 0.0;
+        for (std::size_t j = 0; j < lump.fractions.size(); ++j) {
+            if (lump.fractions[j] == 0.0) continue;
+            const std::optional<double> part = amount(lump.components[j].text());
+            if (!part) return std::nullopt;
+            sum += lump.fractions[j] * *part;
+        }
+        return place->second = sum;
+    }
+
+    const Source& source_;
+    const Carried& carried_;
+    const Charzation& target_;
+    /// Of lumps composed before; none while they are, so that no lump is a part of itself.
+    std::map<const Lump*, std::optional<double>> composed_;
+};
 
 /// Divides what the plus fraction of the source holds among the target's cuts.
 void split_plus(const Source& source, const CutOrder& from, const Charzation& target,
@@ -104,9 +136,9 @@ std::vector<double> converted(const Source& source, const Charzation& target) {
         for (const std::size_t j : from.cuts()) carried[j] = false;
         for (const std::size_t k : to.cuts()) filled[k] = true;
     }
+    AmountsByName amount(source, carried, target);
     for (std::size_t i = 0; i < target.size(); ++i)
-        if (!filled[i])
-            result[i] = amount_by_name(source, carried, target, target.comps[i].name.text());
+        if (!filled[i]) result[i] = amount(target.comps[i].name.text());
     return result;
 }
 

@@ -4,6 +4,7 @@
 #include "fluid/CharCmd.h"
 #include "fluid/Charzation_report.h"
 #include "input/Reader.h"
+#include "input/StoredBlock.h"
 
 namespace kestrane {
 
@@ -146,14 +147,14 @@ void CharCorr_Cmd::Execute(Reader& reader) {
 template <>
 void Char_Cmd::Read(Reader& reader, const std::string&) {
     charz.name = read_name(reader);
-    const bool live = immediate;
-    immediate = false;
-    read_block(reader, *this);
-    // What follows in the script may name this characterization and its components.
-    added = user().add_shared(charz);
-    read_sub_commands(reader, *this);
-    immediate = live;
-    if (live) Execute(reader);
+    {
+        const StoringScope stored(*this);
+        read_block(reader, *this);
+        // What follows in the script may name this characterization and its components.
+        added = user().add_shared(charz);
+        read_sub_commands(reader, *this);
+    }
+    if (immediate) Execute(reader);
 }
 
 template <>

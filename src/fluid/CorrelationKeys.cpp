@@ -5,6 +5,7 @@
 
 #include "fluid/Charz_User.h"
 #include "fluid/Correlations.h"
+#include "input/StoredBlock.h"
 #include "input/UserCmd.h"
 
 namespace kestrane {
@@ -110,12 +111,8 @@ void SoreideDefault_Cmd::Execute(Reader&) {
 
 template <>
 void Soreide_Cmd::Read(Reader& reader, const std::string&) {
-    const bool live = immediate;
-    immediate = false;
-    std::string sub_keyword;
-    ReadBlock(reader, sub_keyword, true);
-    immediate = live;
-    if (live) Execute(reader);
+    read_stored_block(*this, reader);
+    if (immediate) Execute(reader);
 }
 template <>
 void Soreide_Cmd::Rerun(Reader& reader) {

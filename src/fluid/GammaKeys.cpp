@@ -7,6 +7,7 @@
 
 #include "fluid/Charz_User.h"
 #include "fluid/GammaState.h"
+#include "input/StoredBlock.h"
 #include "input/UserCmd.h"
 
 namespace kestrane {
@@ -186,12 +187,8 @@ void GammaSplit_Cmd::Execute(Reader&) {
 
 template <>
 void Gamma_Cmd::Read(Reader& reader, const std::string&) {
-    const bool live = immediate;
-    immediate = false;
-    std::string sub_keyword;
-    ReadBlock(reader, sub_keyword, true);
-    immediate = live;
-    if (live) Execute(reader);
+    read_stored_block(*this, reader);
+    if (immediate) Execute(reader);
 }
 
 /// A pass over the script begins with nothing set or stored, as the first one did.

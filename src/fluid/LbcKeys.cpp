@@ -4,6 +4,7 @@
 
 #include "fluid/Charz_User.h"
 #include "fluid/LBC.h"
+#include "input/StoredBlock.h"
 #include "input/UserCmd.h"
 
 namespace kestrane {
@@ -62,12 +63,8 @@ std::string coefficient_list() {
 
 template <>
 void LBC_Cmd::Read(Reader& reader, const std::string&) {
-    const bool live = immediate;
-    immediate = false;
-    std::string sub_keyword;
-    ReadBlock(reader, sub_keyword, true);
-    immediate = live;
-    if (live) Execute(reader);
+    read_stored_block(*this, reader);
+    if (immediate) Execute(reader);
 }
 
 template <>

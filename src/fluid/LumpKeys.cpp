@@ -66,6 +66,9 @@ private:
             close();
             factor_ = factor;
             has_factor_ = true;
+            // Whether a name follows shows on the next word, which may stand on another line.
+            if (factor_ != 0.0 && position_ >= data_.lump.fractions.size())
+                place_ = place_of(std::to_string(position_ + 1));
             return true;
         }
         std::string word;
@@ -82,7 +85,8 @@ private:
             for (std::size_t i = 0; i < lump->fractions.size(); ++i)
                 data_.lump.fractions[i] += factor_ * lump->fractions[i];
         } else if (lump) {
-            invalid(word);  // taken over from a base, whose components it speaks of
+            // Taken over from a base, whose components it speaks of.
+            invalid(word, place_of(word));
         } else {
             reader_.Unread();
             return false;
@@ -99,7 +103,7 @@ private:
         if (position_ < count) {
             data_.lump.fractions[position_] += factor_;
         } else if (factor_ != 0.0) {
-            invalid(std::to_string(position_ + 1));
+            invalid(std::to_string(position_ + 1), place_);
         } else if (position_ >= count + SPARE_ZEROS) {
             reader_.SkipStatement();
         }
@@ -108,11 +112,17 @@ private:
         factor_ = 1.0;
     }
 
-    void invalid(const std::string& component) {
+    std::vector<std::string> place_of(const std::string& component) const {
+        std::vector<std::string> lines;
+        reader_.Locate(lines, 3, true, "Problem for " + component);
+        return lines;
+    }
+
+    void invalid(const std::string& component, const std::vector<std::string>& place) {
         data_.valid = false;
         std::vector<std::string> lines{"Invalid component for lumped fraction \"" +
                                        data_.lump.name.text() + "\"."};
-        reader_.Locate(lines, 3, true, "Problem for " + component);
+        lines.insert(lines.end(), place.begin(), place.end());
         lines.push_back("Undefined component " + component + " cannot be included in the lumping.");
         reader_.Error(lines);
     }
@@ -122,7 +132,8 @@ private:
     Lump_Data& data_;
     double factor_ = 1.0;
     bool has_factor_ = false;
-    std::size_t position_ = 0;  ///< next component by position
+    std::size_t position_ = 0;        ///< next component by position
+    std::vector<std::string> place_;  ///< of the factor at hand, where it has no component
 };
 
 /// A component with its factor, as a part of the note.

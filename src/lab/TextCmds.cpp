@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "frame/Program.h"
+#include "input/StoredBlock.h"
 #include "input/UserCmd.h"
 #include "lab/EOSLab.h"
 #include "lab/NumberText.h"
@@ -29,15 +30,6 @@ void read_text(Reader& reader, std::string& text) {
     reader.NextQuote(text);
 }
 
-/// Reads the block that may follow: lines of the same kind that belong together.
-void read_block(Reader& reader, Key_User& block) {
-    const bool immediate = block.immediate;
-    block.immediate = false;
-    std::string word;
-    block.ReadBlock(reader, word, true);
-    block.immediate = immediate;
-}
-
 void add_subtitle(EOSLab& lab, Writer& writer, const std::string& text) {
     lab.subtitles.push_back(text);
     writer.Line(text);
@@ -62,7 +54,7 @@ void print_box(Writer& writer, const std::vector<std::string>& lines) {
 template <>
 void Title_Cmd::Read(Reader& reader, const std::string&) {
     read_text(reader, text);
-    read_block(reader, *this);
+    read_stored_block(*this, reader);  // lines of the same kind that belong together
 }
 /// A new title begins with no subtitles.
 template <>
@@ -102,7 +94,7 @@ void Subnote_Cmd::Read(Reader& reader, const std::string&) {
 template <>
 void Note_Cmd::Read(Reader& reader, const std::string&) {
     read_text(reader, text);
-    read_block(reader, *this);
+    read_stored_block(*this, reader);  // lines of the same kind that belong together
 }
 template <>
 void Note_Cmd::Execute(Reader& reader) {

@@ -3,6 +3,7 @@
 
 #include "equil/Numerics.h"
 #include "frame/Errors.h"
+#include "input/StoredBlock.h"
 #include "input/UserCmd.h"
 #include "lab/EOSLab.h"
 
@@ -90,12 +91,12 @@ void read_condition(Reader& reader, const Condition& condition, Command& command
                     ValueWithUnit& value) {
     const LineLimitScope one_line(reader, 0);
     const bool given = read_value(reader, condition, value);
-    const bool immediate = command.immediate;
-    command.immediate = false;
-    std::string word;
-    while (command.ReadOne(reader, word) > 0) {
+    {
+        const StoringScope stored(command);
+        std::string word;
+        while (command.ReadOne(reader, word) > 0) {
+        }
     }
-    command.immediate = immediate;
     if (!given && command.commands.empty())
         reader.ErrorHere({"No " + std::string(condition.name) + " was given for keyword \"" +
                           command.word + "\"."});

@@ -542,6 +542,21 @@ TEST(Saturation, DoesNotAllocate) {
     }
 }
 
+TEST(Saturation, StatisticsCountTheNewtonIterations) {
+    const SolverStatistics& statistics = solver_statistics();
+    const int trivial = statistics.trivial_satps.calls;
+    const int nontrivial = statistics.nontrivial_satps.calls;
+    const int rounds = statistics.nontrivial_satps.sum[COUNT_ROUNDS];
+    TestCell test(comparative_project_oil());
+    ASSERT_TRUE(saturate(test, 344.0, +1));
+    EXPECT_GT(statistics.nontrivial_satps.calls, nontrivial);
+    EXPECT_GE(statistics.nontrivial_satps.sum[COUNT_ROUNDS], rounds + 3);
+    EXPECT_GE(statistics.nontrivial_satps.largest[COUNT_NEWTON], 1);
+    EXPECT_GE(statistics.trivial_satps.calls, trivial);
+    EXPECT_EQ(statistics.trivial_satps.name, "Trivial SatPs");
+    EXPECT_EQ(statistics.nontrivial_satps.name, "Nontrivial SatPs");
+}
+
 TEST(Saturation, VaporPressureLeavesBothRoots) {
     TestCell test(c1_c4_c10());
     test.cell.temperature.value = 300.0;

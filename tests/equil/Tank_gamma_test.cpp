@@ -148,6 +148,43 @@ TEST_F(TankGamma, LumpsOfAnotherSizeDoNotApply) {
     EXPECT_EQ(tank.total_moles(), 0.0);
 }
 
+// Lumped in two steps: the second step's lump is of the first step's lumps, and a mixture of the
+// finest fluid goes to the coarsest at once as it does by way of the one between.
+TEST_F(TankGamma, ALumpOfLumpsReachesTheFluidBelowItsBase) {
+    gamma_state() = GammaState{};
+    Charzation middle = fluid("middle", {{"C1", 16.04}, {"LIGHT", 50.0}, {"CUTS", 150.0}});
+    middle.add_lump({UserWord("CUTS"), {0.0, 0.0, 1.0, 1.0, 0.5}});
+    middle.add_lump({UserWord("LIGHT"), {0.0, 1.0, 0.0, 0.0, 0.0}});
+    Charzation top = fluid("top", {{"C1", 16.04}, {"HEAVY", 120.0}, {"LOOP", 1.0}, {"ODD", 1.0}});
+    top.take_lumps(middle);
+    const auto of_middle = [](const char* name, std::vector<double> factors) {
+        return Lump{UserWord(name),
+                    std::move(factors),
+                    {UserWord("C1"), UserWord("LIGHT"), UserWord("CUTS")}};
+    };
+    top.add_lump(of_middle("HEAVY", {0.0, 1.0, 2.0}));
+    // One that is a part of itself, and one of a component that the mixture does not know.
+    top.add_lump({UserWord("LOOP"), {1.0, 1.0}, {UserWord("C1"), UserWord("LOOP")}});
+    top.add_lump({UserWord("ODD"), {1.0, 1.0}, {UserWord("C1"), UserWord("ELSE")}});
+    const std::vector<double> moles{0.5, 0.1, 0.2, 0.15, 0.05};
+    for (const Conserved basis : {Conserved::Moles, Conserved::Mass}) {
+        conserved_basis() = basis;
+        Tank direct("oil", &fine), stepwise("oil", &fine);
+        direct.assign_moles(moles, 1.0);
+        stepwise.assign_moles(moles, 1.0);
+        direct.convert(&top);
+        stepwise.convert(&middle);
+        stepwise.convert(&top);
+        for (std::size_t i = 0; i < 2; ++i)
+            EXPECT_NEAR(direct.moles()[i], stepwise.moles()[i], 1e-15);
+        EXPECT_EQ(direct.moles()[2], 0.0);
+        EXPECT_EQ(direct.moles()[3], 0.0);
+        if (basis == Conserved::Moles) {
+            EXPECT_NEAR(direct.moles()[1], 0.1 + 2.0 * (0.2 + 0.15 + 0.5 * 0.05), 1e-15);
+        }
+    }
+}
+
 TEST_F(TankGamma, WithoutBothNamesEverythingGoesByName) {
     gamma_state().split_from = "C10+";
     gamma_state().current = {1.0, 1.0, 1.0, 1.0};  // not looked at

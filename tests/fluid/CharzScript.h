@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -14,8 +15,19 @@
 
 namespace kestrane {
 
-/// A plain owner of characterizations that reads scripts from memory.
-class ScriptedUser final : public Charz_User {};
+/// A plain owner of characterizations that reads scripts from memory. Lumps are formed of equal
+/// amounts at the standard temperature unless a test says otherwise.
+class ScriptedUser final : public Charz_User {
+public:
+    std::vector<double> base_fractions(const Charzation& base) const override {
+        const auto at = mixtures.find(base.name);
+        return at == mixtures.end() ? Charz_User::base_fractions(base) : at->second;
+    }
+    double base_temperature() const override { return temperature; }
+
+    std::map<std::string, std::vector<double>> mixtures;  ///< by characterization
+    double temperature = 0.0;                             ///< K; 0: the standard one
+};
 
 /// Runs a script on a plain owner and keeps what was printed. Live: each command acts while it is
 /// read. Deferred: commands are stored, and run_pass() executes them as one pass over the script.

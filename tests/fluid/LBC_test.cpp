@@ -60,6 +60,37 @@ TEST_F(Transport, LiquidViscosityIsTheHandCalculation) {
     EXPECT_LT(centipoise, 1.0);
 }
 
+// The same equations in 40 digits, apart from this code:
+//   liquid  D 0.0082126763901333583, r 2.4054443866068705, q 0.24234624886516101
+//   vapor   D 0.013615510288018603,  r 0.35079397304683529, q 0.11608071191379179 (Z 0.9)
+TEST_F(Transport, ViscositiesAreThoseOfHighPrecision) {
+    LBC model;
+    const auto centipoise = [&](const Tank& phase, double P, double Z) {
+        return model.viscosity(phase, T_, P, Z).value * 1e3;
+    };
+    EXPECT_NEAR(centipoise(liquid_, P_, 0.5), 0.12162519041026396569, 1e-14);
+    EXPECT_NEAR(centipoise(vapor_, P_, 0.9), 0.015400986003830529719, 1e-15);
+    // At no pressure the reduced density is 0 and the polynomial P0.
+    EXPECT_NEAR(centipoise(liquid_, 0.0, 1.0), 0.0085351052336992620988, 1e-15);
+}
+
+// (P0^4 - F0^4) is what is left of the residual at no pressure.
+TEST_F(Transport, TheResidualAtNoPressureHasTheSignOfP0LessF0) {
+    LBC model;
+    const double dilute = 0.0082126763901333582569e-3;  // Pa s
+    for (const double F0 : {0.05, 0.1023, 0.2}) {
+        lbc_coefficients()[5] = F0;
+        const double residual = model.viscosity(liquid_, T_, 0.0, 1.0).value - dilute;
+        if (F0 < 0.1023)
+            EXPECT_GT(residual, 1e-6);
+        else if (F0 > 0.1023)
+            EXPECT_LT(residual, -1e-6);
+        else
+            EXPECT_NEAR(residual, 0.0, 1e-15);
+    }
+    lbc_coefficients() = LBC_DEFAULTS;
+}
+
 TEST_F(Transport, ACacheServesOneTemperatureAndOneFluid) {
     LBC kept;
     const double first = kept.viscosity(liquid_, T_, P_, 0.5).value;
@@ -93,10 +124,47 @@ TEST_F(Transport, TensionIsTheFourthPowerOfTheParachorDensityDifference) {
     const Sugden model;
     const double found = model.tension(liquid_, vapor_, T_, P_, 0.5, 0.9).value;
     EXPECT_NEAR(found, expected, 1e-12 * expected);
+    EXPECT_NEAR(found * 1e3, 4.7205577121712135635, 1e-12);  // in 40 digits
     EXPECT_EQ(model.tension(vapor_, liquid_, T_, P_, 0.9, 0.5).value, found);
     EXPECT_EQ(model.tension(liquid_, liquid_, T_, P_, 0.5, 0.5).value, 0.0);
     EXPECT_EQ(model.tension(liquid_, vapor_, T_, 0.0, 0.5, 0.9).value, UNSET);
     EXPECT_EQ(model.tension(Tank("nothing"), vapor_, T_, P_, 0.5, 0.9).value, UNSET);
+}
+
+// A phase that shares no characterization with the other is summed over its own components.
+TEST_F(Transport, TensionNeedsNoCommonCharacterization) {
+    Charzation other("other");
+    other.add_component(charz_.comps[1]);
+    other.add_component(charz_.comps[0]);
+    Tank there("there", &other);
+    there.assign_moles(std::array{0.6, 0.4}, 1.0);
+    const Sugden model;
+    const double alone = model.tension(liquid_, vapor_, T_, P_, 0.5, 0.9).value;
+    EXPECT_NEAR(model.tension(there, vapor_, T_, P_, 0.5, 0.9).value, alone, 1e-14 * alone);
+    EXPECT_LT(model.tension(liquid_, there, T_, P_, 0.5, 0.5).value, 1e-60);
+}
+
+// Surface tensions of normal paraffins at 20 C, mN/m (J.J. Jasper, J. Phys. Chem. Ref. Data 1
+// (1972) 841), from their parachors (C.F. Weinaug and D.L. Katz, Ind. Eng. Chem. 35 (1943) 239) and
+// liquid densities. The rule is good to a few percent; the vapor counts for nothing here.
+TEST(Sugden, SurfaceTensionsOfParaffinsAreAsMeasured) {
+    struct Paraffin {
+        double mw, parachor, density, tension;  // kg/kmol, -, kg/m3, mN/m
+    };
+    const double T = 293.15, P = 1e4;
+    for (const Paraffin& p :
+         {Paraffin{86.177, 271.0, 659.4, 18.40}, Paraffin{100.204, 312.5, 683.8, 20.14},
+          Paraffin{114.231, 351.5, 702.5, 21.62}}) {
+        Compnent paraffin;
+        paraffin.mw = p.mw, paraffin.parachor = p.parachor;
+        Charzation charz;
+        charz.add_component(paraffin);
+        Tank phase("phase", &charz);
+        phase.assign_moles(std::array{1.0}, 1.0);
+        const double Z = P * p.mw / (p.density * GAS_CONSTANT * T);
+        const double found = Sugden().tension(phase, phase, T, P, Z, 1.0).value;
+        EXPECT_NEAR(found * 1e3, p.tension, 0.04 * p.tension);
+    }
 }
 
 TEST(LBC, OnlyAPolynomialThatNeverFallsPassesTheCheck) {
@@ -106,6 +174,11 @@ TEST(LBC, OnlyAPolynomialThatNeverFallsPassesTheCheck) {
     };
     // dq/dr = p1 + 2 p2 r + 3 p3 r^2 + 4 p4 r^3 for r >= 0
     const Case cases[]{{0.023364, 0.058533, -0.040758, 0.0093324, false},
+                       {0.023364, 0.058533, -0.040758, 0.0, true},  // P4 alone set to 0
+                       {0.01, -0.1, 0.0, 0.1, true},                // larger root, b = 0
+                       {0.1, -0.1, 0.1, 0.1, false},                // larger root, b > 0
+                       {0.01, -0.1, 0.1, 0.1, true},
+                       {0.1, 0.1, -0.05, 0.01, false},  // no root: the slope has no minimum
                        {-0.01, 0.0, 0.0, 0.01, true},
                        {0.01, 0.0, 0.0, -0.01, true},
                        {0.01, -0.01, 0.0, 0.0, true},

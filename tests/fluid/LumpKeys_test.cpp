@@ -84,6 +84,20 @@ TEST(LumpKeys, ZerosPastTheEndAreIgnoredOtherFactorsAreErrors) {
     EXPECT_EQ(bad.charz().find_lump("H"), nullptr);
 }
 
+// Whether a name follows a factor shows on a later line, and the report is of the factor all the
+// same.
+TEST(LumpKeys, AFactorTooManyIsReportedWhereItStands) {
+    CharzScript script(FLUID + "LUMP H 1 2 3\n 0 7\n\nLUMP I C5\n");
+    EXPECT_TRUE(
+        script.prints("Problem for 5 at column 4 of line 9 of the standard input.\n"
+                      "Most recent line: \" 0 7\".\n"
+                      "Most recent word: \"H\".\n"
+                      "Undefined component 5 cannot be included in the lumping.\n"))
+        << script.report();
+    CharzScript end(FLUID + "LUMP H 1 2 3 4");
+    EXPECT_TRUE(end.prints("Problem for 4 at column 14 of line 8")) << end.report();
+}
+
 TEST(LumpKeys, AnEndlessRowOfZerosEnds) {
     CharzScript script(FLUID + "LUMP H 1 2147483647*0\nLUMP I C5\n");
     EXPECT_EQ(factors(script, "H"), (Factors{1, 0, 0}));

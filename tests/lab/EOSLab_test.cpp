@@ -1,3 +1,7 @@
+#include <array>
+
+#include "fluid/LBC.h"
+#include "fluid/Sugden.h"
 #include "lab/LabRun.h"
 
 namespace kestrane {
@@ -95,6 +99,58 @@ TEST(EOSLab, BaseFractionsAreTheFeedsOrOnes) {
     LabRun empty(LIGHT_FLUID);
     EXPECT_EQ(empty.lab.base_fractions(*empty.lab.current(nullptr)),
               (std::vector<double>{1.0, 1.0, 1.0}));
+}
+
+/// Models that give no values.
+class NoViscosity final : public Viscometer {
+public:
+    PropertyValue viscosity(const Tank&, double, double, double) override {
+        return {UNSET, UnitKind::Viscosity};
+    }
+    void check(ErrorList&) const override {}
+};
+class NoTension final : public Tension {
+public:
+    PropertyValue tension(const Tank&, const Tank&, double, double, double, double) const override {
+        return {UNSET, UnitKind::InterfacialTension};
+    }
+};
+
+TEST(EOSLab, AResetMakesTransportModelsAnew) {
+    LabRun run(
+        "CHAR Light\n"
+        "NAME  MW  TC(K)  PC(bar)  AF  ZC  PCHOR\n"
+        "C1\nC3\n"
+        "END\nEND\n");
+    ASSERT_FALSE(run.stopped) << run.report();
+    Tank liquid("liquid", run.lab.current(nullptr)), vapor("vapor", run.lab.current(nullptr));
+    liquid.assign_moles(std::array{0.3, 0.7}, 1.0);
+    vapor.assign_moles(std::array{0.8, 0.2}, 1.0);
+    const auto viscosity = [&] { return viscometer()->viscosity(liquid, 300, 5e6, 0.3).value; };
+    const auto tension = [&] {
+        return tension_model()->tension(liquid, vapor, 300, 5e6, 0.3, 0.8).value;
+    };
+    const double fresh_viscosity = viscosity(), fresh_tension = tension();
+    ASSERT_GT(fresh_viscosity, 0.0);
+    ASSERT_GT(fresh_tension, 0.0);
+
+    viscometer() = make_dyn<NoViscosity>();
+    tension_model() = make_dyn<NoTension>();
+    lbc_coefficients() = {1, 2, 3, 4, 5, 6};
+    const Viscometer* const old_viscometer = viscometer().get();
+    const Tension* const old_tension = tension_model().get();
+    run.lab.resetLaboratory();
+    EXPECT_EQ(lbc_coefficients(), LBC_DEFAULTS);
+    EXPECT_NE(viscometer().get(), old_viscometer);
+    EXPECT_NE(tension_model().get(), old_tension);
+    EXPECT_NE(dynamic_cast<const LBC*>(viscometer().get()), nullptr);
+    EXPECT_NE(dynamic_cast<const Sugden*>(tension_model().get()), nullptr);
+
+    // The same coefficients through an LBC command, and a reset: new models once more.
+    LabRun modified("LBC\nP1 0.05\nEND\n");
+    EXPECT_EQ(lbc_coefficients()[1], 0.05);
+    modified.lab.resetLaboratory();
+    EXPECT_EQ(lbc_coefficients(), LBC_DEFAULTS);
 }
 
 }  // namespace
