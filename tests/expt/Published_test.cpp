@@ -7,7 +7,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <regex>
+#include <sstream>
 
 #include "lab/LabRun.h"
 
@@ -47,10 +47,9 @@ std::vector<double> labelled(const std::string& text, const std::string& label) 
 /// Errors of the calculated saturation pressures, %.
 std::vector<double> saturation_errors(const std::string& text) {
     std::vector<double> errors;
-    const std::regex pattern("Percent Error = (-?[0-9.]+)");
-    for (auto at = std::sregex_iterator(text.begin(), text.end(), pattern);
-         at != std::sregex_iterator(); ++at)
-        errors.push_back(std::stod((*at)[1]));
+    const std::string label = "Percent Error = ";
+    for (std::size_t at = text.find(label); at != std::string::npos; at = text.find(label, at + 1))
+        errors.push_back(std::stod(text.substr(at + label.size())));
     return errors;
 }
 
