@@ -14,12 +14,18 @@ public:
     ///   title    "Flash Calculation"
     ///   label    "flash calculation", in the verdict on problems
     Section(EOSLab& lab, Writer& writer, const std::string& title, const std::string& label);
-    /// The title with the run's number behind it.
+    /// Heads a section that has a number of its own.
+    Section(EOSLab& lab, Writer& writer, const std::string& title, const std::string& label,
+            int number);
+    /// The title with the number behind it.
     const std::string& heading() const { return heading_; }
     /// Reports the cell's problems, located at the command.
     void close(const Command& command);
 
 private:
+    /// Counts one more run of the calculation.
+    static int next_number(EOSLab& lab, Writer& writer, const std::string& label);
+
     EOSLab& lab_;
     Writer& writer_;
     std::string heading_;
