@@ -177,24 +177,35 @@ void A_2P_EOS::set_pressure(EOS_C_Parms& phase, double P) const {
     static_cast<C_Parms&>(phase).P = P;
 }
 
+namespace {
+
 // Each s_i is the sum over j = 0, 1, .. of a_ij x_j in that order. Because the matrix is symmetric,
 // row j holds the a_ij of a block of neighbouring i side by side, so a block of sums is carried
 // along together in registers.
+[[gnu::target_clones("avx2", "default")]] void attraction_sums(const double* rows,
+                                                               std::size_t stride,
+                                                               std::span<const double> x,
+                                                               double* s) {
+    constexpr std::size_t BLOCK = A_2P_EOS::T_Parms::BLOCK;
+    for (std::size_t i = 0; i < stride; i += BLOCK) {
+        double sum[BLOCK] = {};
+        const double* row = rows + i;
+        for (const double x_j : x) {
+            for (std::size_t k = 0; k < BLOCK; ++k) sum[k] += row[k] * x_j;
+            row += stride;
+        }
+        for (std::size_t k = 0; k < BLOCK; ++k) s[i + k] = sum[k];
+    }
+}
+
+}  // namespace
+
 void A_2P_EOS::set_composition(EOS_C_Parms& phase, std::span<const double> x) const {
     auto& p = static_cast<C_Parms&>(phase);
     const T_Parms& t = p.temperature();
     const std::size_t n = t.n;
     assert(x.size() == n);
-    constexpr std::size_t BLOCK = T_Parms::BLOCK;
-    for (std::size_t i = 0; i < t.stride; i += BLOCK) {
-        double sum[BLOCK] = {};
-        const double* row = t.rows + i;
-        for (std::size_t j = 0; j < n; ++j, row += t.stride) {
-            const double x_j = x[j];
-            for (std::size_t k = 0; k < BLOCK; ++k) sum[k] += row[k] * x_j;
-        }
-        for (std::size_t k = 0; k < BLOCK; ++k) p.s[i + k] = sum[k];
-    }
+    attraction_sums(t.rows, t.stride, x, p.s.data());
     double a = 0.0, b = 0.0, c = 0.0;
     for (std::size_t i = 0; i < n; ++i) {
         a += x[i] * p.s[i];

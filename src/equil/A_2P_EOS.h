@@ -113,7 +113,7 @@ public:
     double* ci = nullptr;    ///< volume translation, 1/Pa, n
     double* rows = nullptr;  ///< `aij` as a full matrix, n rows of `stride`, zeros behind each row
 
-    static constexpr std::size_t BLOCK = 4;
+    static constexpr std::size_t BLOCK = 8;
 
 private:
     std::vector<double> store_;  ///< holds all arrays

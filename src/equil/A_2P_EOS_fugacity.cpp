@@ -11,6 +11,29 @@
 
 namespace kestrane {
 
+namespace {
+
+struct DerivativeFactors {
+    double e0, e1, e2, e4, q_s, w_b, t;
+};
+
+/// d ln phi_i / d n_j, which is bilinear in s and b but for the term of a_ij.
+[[gnu::target_clones("avx2", "default")]] void fill_derivatives(const DerivativeFactors& f,
+                                                                std::size_t n, const double* s,
+                                                                const double* b, const double* aij,
+                                                                double* out) {
+    for (std::size_t i = 0; i < n; ++i) {
+        const double p_i = f.e1 * s[i] + f.e0 + f.e2 * b[i];
+        const double q_i = f.q_s * s[i] + f.e1 + f.e4 * b[i];
+        const double w_i = f.e4 * s[i] + f.e2 + f.w_b * b[i];
+        for (std::size_t j = 0; j <= i; ++j) out[j] = f.t * aij[j] + q_i * s[j] + p_i + w_i * b[j];
+        aij += i + 1;
+        out += i + 1;
+    }
+}
+
+}  // namespace
+
 void A_2P_EOS::ln_phi(EOS_C_Parms& phase, std::span<double> out) const {
     auto& p = static_cast<C_Parms&>(phase);
     const T_Parms& t = p.temperature();
@@ -77,18 +100,7 @@ void A_2P_EOS::ln_phi_dn(const EOS_C_Parms& phase, std::span<double> out) const 
     const double e5 = 4.0 * G * z;
     const double q_s = e3 * z * r1 * r2 * p.P;
     const double w_b = ib * ib * (e5 + p.a * t + e0);
-    const double* s = p.s.data();
-    const double* b = parms.bi;
-    const double* a_row = parms.aij;
-    double* row = out.data();
-    for (std::size_t i = 0; i < n; ++i) {
-        const double p_i = e1 * s[i] + e0 + e2 * b[i];
-        const double q_i = q_s * s[i] + e1 + e4 * b[i];
-        const double w_i = e4 * s[i] + e2 + w_b * b[i];
-        for (std::size_t j = 0; j <= i; ++j) row[j] = t * a_row[j] + q_i * s[j] + p_i + w_i * b[j];
-        a_row += i + 1;
-        row += i + 1;
-    }
+    fill_derivatives({e0, e1, e2, e4, q_s, w_b, t}, n, p.s.data(), parms.bi, parms.aij, out.data());
 }
 
 void A_2P_EOS::add_volume_term(const EOS_C_Parms& phase, std::span<double> array,
