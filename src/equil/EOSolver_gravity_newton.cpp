@@ -112,7 +112,8 @@ bool EOSolver::gravity_trial(GravityNewton& s) {
     return true;
 }
 
-/// Composition from w, which is shifted so that the composition sums to 1. False if out of range.
+/// Composition from w, which is shifted so that the composition sums to 1. False if out of range,
+/// or if a component would vanish.
 bool EOSolver::gravity_compose(GravityNewton& s) {
     double low = LN_MAX, high = -LN_MAX;
     for (std::size_t i = 0; i < n_; ++i) {
@@ -136,6 +137,7 @@ bool EOSolver::gravity_compose(GravityNewton& s) {
     for (std::size_t i = 0; i < n_; ++i) {
         if (!s.is_absent(i)) s.w[i] -= shift;
         feed_.comps[i] = std::max(s.z[i] * std::exp(d * s.w[i]), TINY_AMOUNT);
+        if (feed_.comps[i] <= TINY_AMOUNT && !s.is_absent(i)) return false;
         total += feed_.comps[i];
     }
     if (d > 0.0)

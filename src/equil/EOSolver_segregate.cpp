@@ -250,13 +250,17 @@ void EOSolver::column_search(Column& c, double step) {
     column_accept(c, high);
     c.gas = gas;
     c.contact = true;
-    if (cell_.phase_count >= 2) column_publish_verge(c);
+    const bool tie_line = cell_.phase_count >= 2 || x_.fraction * y_.fraction < 0.0;
+    if (tie_line && column_at_verge()) column_publish_verge(c);
 }
 
-/// Rounding leaves a trace of the phase that appears: its fraction becomes zero.
+/// Rounding leaves a trace of the phase that appears, or lacks one: its fraction becomes zero.
 void EOSolver::column_publish_verge(const Column& c) {
-    y_.fraction = cell_.y_state.fraction = c.gas ? 1.0 : 0.0;
-    x_.fraction = cell_.x_state.fraction = 1.0 - y_.fraction;
+    y_.fraction = c.gas ? 1.0 : 0.0;
+    x_.fraction = 1.0 - y_.fraction;
+    publish(true);
+    cell_.x_state.fraction = x_.fraction;
+    cell_.y_state.fraction = y_.fraction;
 }
 
 void EOSolver::column_warn(const Column& c) {
