@@ -86,13 +86,13 @@ TEST(GravityCmds, DampingMayBeAVariable) {
 TEST(GravityCmds, AWordThatIsNoVariableIsHandedBack) {
     LabRun run(COLUMN + "ELEV 1 m DAMP Nothing\n");
     EXPECT_TRUE(run.stopped);
-    EXPECT_TRUE(run.reports("Keyword \"Nothing\" not recognized in current context."));
+    EXPECT_TRUE(run.reports("Keyword \"Nothing\" not recognized in current context"));
 }
 
 TEST(GravityCmds, ADistanceIsNeeded) {
     LabRun run(COLUMN + "ELEV\n");
     EXPECT_TRUE(run.stopped);
-    EXPECT_TRUE(run.reports("No distance or depth was given for keyword \"ELEV\"."));
+    EXPECT_TRUE(run.reports("No distance or depth was given for keyword \"ELEV\""));
 }
 
 TEST(GravityCmds, ZeroPressureIsFatal) {
@@ -150,16 +150,16 @@ TEST(BoundaryCmd, IncompleteCommandsAreErrors) {
          {"BOUND\n", "BOUND 300 bar\n", "BOUND 300 bar TO\n", "BOUND TO 300 bar\n"}) {
         LabRun run(COLUMN + command);
         EXPECT_TRUE(run.stopped) << command;
-        EXPECT_TRUE(run.reports("Incomplete \"BOUND\" command.")) << run.report();
+        EXPECT_TRUE(run.reports("Incomplete \"BOUND\" command")) << run.report();
         EXPECT_TRUE(run.reports("A limit was expected but not found."));
     }
 }
 
 TEST(BoundaryCmd, UndefinedNamesAreErrors) {
     const std::pair<const char*, const char*> cases[] = {
-        {"BOUND TEMP Tx 1 bar TO 10 bar\n", "Temperature variable \"Tx\" undefined."},
-        {"BOUND PRES Px TO 10 bar\n", "Pressure variable \"Px\" undefined."},
-        {"BOUND 1 bar TO MIX Mx\n", "Mixture \"Mx\" undefined."}};
+        {"BOUND TEMP Tx 1 bar TO 10 bar\n", "Temperature variable \"Tx\" undefined"},
+        {"BOUND PRES Px TO 10 bar\n", "Pressure variable \"Px\" undefined"},
+        {"BOUND 1 bar TO MIX Mx\n", "Mixture \"Mx\" undefined"}};
     for (const auto& [command, message] : cases) {
         LabRun run(COLUMN + command);
         EXPECT_EQ(run.counts.errors, 1) << run.report();
@@ -182,8 +182,8 @@ TEST(EnergyCmds, RowsAreFeedInjectionAndPoints) {
 
 TEST(EnergyCmds, MixturesMustBeDefined) {
     LabRun undefined(COLUMN + "GIBBS Gas 4\n"), none(COLUMN + "TANGENT\n");
-    EXPECT_TRUE(undefined.reports("Mixture \"Gas\" undefined.")) << undefined.report();
-    EXPECT_TRUE(none.reports("No mixture was given for keyword \"TANGENT\"."));
+    EXPECT_TRUE(undefined.reports("Mixture \"Gas\" undefined")) << undefined.report();
+    EXPECT_TRUE(none.reports("No mixture was given for keyword \"TANGENT\""));
     LabRun empty(COLUMN + "GIBBS INJ 4\n");
     EXPECT_TRUE(empty.stopped);
     EXPECT_TRUE(empty.reports("The injection stream was empty (or never defined properly)."));
