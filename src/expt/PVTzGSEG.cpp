@@ -175,7 +175,7 @@ bool PVTzGSEG::start(ColumnRun& s) {
     begin_rows(s);
     if (s.reference.phase_count >= 2) {
         s.contact = s.reference.depth.value;
-        if (s.writer.active()) keep_contact(s, s.reference);
+        keep_contact(s, s.reference);
     }
     return true;
 }

@@ -20,15 +20,15 @@ struct PVTzGSEG::ColumnRun : PVTzEXPA::StageRun {
     using StageRun::StageRun;
 
     double damping = 1.0;
-    CellConditions reference;            ///< the fluid that the column is of
-    CellConditions last;                 ///< at the depth reached last
-    std::multimap<double, int> depths;   ///< m, with row numbers of `table`
-    std::vector<Boundary> boundaries;    ///< in order of discovery
-    double contact = UNSET;              ///< m: the first gas-oil contact met
+    CellConditions reference;           ///< the fluid that the column is of
+    CellConditions last;                ///< at the depth reached last
+    std::multimap<double, int> depths;  ///< m, with row numbers of `table`
+    std::vector<Boundary> boundaries;   ///< in order of discovery
+    double contact = UNSET;             ///< m: the first gas-oil contact met
     const Units* depth_unit = nullptr;
-    double row_saturation = UNSET;       ///< Pa: the last one found, where the next is expected
-    bool searching = false;              ///< for the depths of boundaries
-    bool complete = false;               ///< the column has a reference
+    double row_saturation = UNSET;  ///< Pa: the last one found, where the next is expected
+    bool searching = false;         ///< for the depths of boundaries
+    bool complete = false;          ///< the column has a reference
 };
 
 /// Puts a state of a column into the cell. What the flash can not tell of one phase, or of one on

@@ -36,8 +36,9 @@ void PVTzGSEG::labelZone(const CellConditions& state, ExptData& row) const {
 /// A contact, with the gas above it and the oil below it.
 void PVTzGSEG::keep_contact(ColumnRun& s, const CellConditions& at) {
     Boundary boundary{at.depth.value, true, {}};
+    const bool shown = s.writer.active() && !s.depths.contains(at.depth.value);
     for (const bool gas : {true, false}) {
-        if (!s.writer.active()) break;
+        if (!shown) break;
         place(s.cell, at);
         CellConditions side = s.cell.save();
         side.feed.copy(gas ? *s.cell.nf_vapor : *s.cell.nf_liquid);
@@ -57,7 +58,7 @@ void PVTzGSEG::keep_contact(ColumnRun& s, const CellConditions& at) {
 /// A change within one phase, or the end of a zone of two.
 void PVTzGSEG::keep_transition(ColumnRun& s, const CellConditions& at) {
     Boundary boundary{at.depth.value, false, {}};
-    if (s.writer.active()) {
+    if (s.writer.active() && !s.depths.contains(at.depth.value)) {
         place(s.cell, at);
         s.row = s.blank;
         s.row.depth = at.depth.value;

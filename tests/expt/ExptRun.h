@@ -28,8 +28,7 @@ template <class Experiment>
 class ExptRun {
 public:
     /// `prepare` acts on the laboratory before the block is read.
-    ExptRun(const std::string& fluid, const std::string& block,
-            void (*prepare)(EOSLab&) = nullptr)
+    ExptRun(const std::string& fluid, const std::string& block, void (*prepare)(EOSLab&) = nullptr)
         : setting(fluid),
           input_(block),
           file_(input_),
