@@ -208,6 +208,6 @@ def vim_detection(data):
                 if k["context"] == "script" and "CHAR&" in k["aliases"])
     return ('" Made by tools/editor-data. Files .dat are many things: a script describes a fluid.\n'
             "autocmd BufNewFile,BufRead *.dat\n"
-            f"  \\ if search('\\c\\v^\\s*{vim_any(char).replace(chr(39), chr(39) * 2)}', 'nw', 500) |\n"
+            f"  \\ if match(getline(1, 500), '\\c\\v^\\s*{vim_any(char).replace(chr(39), chr(39) * 2)}') >= 0 |\n"
             "  \\   setfiletype kestrane |\n"
             "  \\ endif\n")

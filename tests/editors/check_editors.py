@@ -9,7 +9,8 @@ import subprocess
 import sys
 import tempfile
 
-from textmate import Grammar
+sys.dont_write_bytecode = True
+from textmate import Grammar  # noqa: E402
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 VSCODE = ROOT / "editors/vscode"
@@ -216,7 +217,26 @@ def check_vim():
     for path in sorted((ROOT / "examples").glob("*.dat")):
         lines |= set(path.read_text(encoding="latin-1").splitlines())
     known = vim_letters(vim, sorted(lines))
-    return check_samples(known.__getitem__) + check_examples_in(known, data)
+    return check_samples(known.__getitem__) + check_examples_in(known, data) + check_detection(vim)
+
+
+def check_detection(vim):
+    """Scripts are known by what stands in them; other files of the same extension are left alone."""
+    with tempfile.TemporaryDirectory() as place:
+        other = pathlib.Path(place) / "other.dat"
+        other.write_text("1 2 3\nA CHAR 4 5 6\n")
+        found = pathlib.Path(place) / "found"
+        wanted = {path: "kestrane" for path in sorted((ROOT / "examples").glob("*.dat"))} | {other: ""}
+        program = ["set nocompatible", f"let &runtimepath = '{ROOT}/editors/vim,' . $VIMRUNTIME", "filetype on"]
+        for path in wanted:
+            program += [f"edit {path}", f"call writefile([&filetype], '{found}', 'a')"]
+        (pathlib.Path(place) / "program.vim").write_text("\n".join(program + ["qall!"]) + "\n")
+        subprocess.run([vim, "-Nu", "NONE", "-i", "NONE", "-n", "-es", "-S", pathlib.Path(place) / "program.vim"],
+                       timeout=200, check=True, stdin=subprocess.DEVNULL)
+        types = found.read_text().splitlines()
+    return [f"{path.name}: file type {given!r}, not {kind!r}"
+            for (path, kind), given in zip(wanted.items(), types, strict=True)
+            if given != kind and not (kind == "" and given != "kestrane")]
 
 
 def check_examples_in(known, data):
