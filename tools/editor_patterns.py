@@ -65,7 +65,6 @@ def textmate(data):
         "captures": {"1": {"name": "keyword.control.kestrane"}, "2": {"name": "support.function.kestrane"}},
     } for owners, inside in parents(data)]
     return {
-        "$schema": "https://raw.githubusercontent.com/martinring/tmlanguage/master/tmlanguage.json",
         "name": "Kestrane",
         "scopeName": "source.kestrane",
         "patterns": [{"include": f"#{name}"} for name in (

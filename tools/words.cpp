@@ -92,9 +92,8 @@ std::vector<std::string> unit_objects() {
         const UnitSet& set = unit_set(static_cast<UnitKind>(kind));
         std::vector<std::string> names;
         for (const Units* unit : set.units()) names.push_back(unit->name());
-        objects.push_back("{\"kind\": " + quoted(set.name()) +
-                          ", \"default\": " + quoted(set.default_unit().name()) +
-                          ", \"units\": " + list(names) + "}");
+        objects.push_back("{\"kind\": " + quoted(set.name()) + ", \"default\": " +
+                          quoted(set.default_unit().name()) + ", \"units\": " + list(names) + "}");
     }
     return objects;
 }
@@ -115,8 +114,8 @@ std::vector<std::string> substance_objects() {
         std::vector<std::string> names;
         for (const char* alias : entry.aliases)
             if (alias) names.emplace_back(alias);
-        objects.push_back("{\"name\": " + quoted(entry.full_name) + ", \"aliases\": " +
-                          list(names) + "}");
+        objects.push_back("{\"name\": " + quoted(entry.full_name) +
+                          ", \"aliases\": " + list(names) + "}");
     }
     return objects;
 }
