@@ -16,6 +16,7 @@ using fluids::EquilibriumErrors;
 using fluids::TestCell;
 
 constexpr std::uint64_t STATES_PER_FLUID = 25;
+constexpr double LEAST_PRESSURE = 1e3;  // Pa; nobody separates oil and gas at less
 constexpr double FUGACITY = 1e-10, BALANCE = 1e-12, GIBBS = 1e-14;
 /// Rounding of Z, amplified where two roots meet.
 constexpr double Z_ERROR = 1e-8;
@@ -31,8 +32,9 @@ State near_boundary(Subject& subject, Draw& draw) {
     const double T = anywhere(draw);
     const int sense = draw.chance(0.7) ? 1 : -1;
     const double scale = draw.log_uniform(1e-7, 0.1), sign = draw.sign();
-    const double P = saturate(subject.plain, T, sense, UNSET).value_or(50e5);
-    return {T, P * (1.0 + sign * scale)};
+    double P = saturate(subject.plain, T, sense, UNSET).value_or(0.0);
+    if (P < LEAST_PRESSURE) P = saturate(subject.plain, T, +1, UNSET).value_or(50e5);
+    return {T, std::max(P, LEAST_PRESSURE) * (1.0 + sign * scale)};
 }
 
 State near_critical(const Subject& subject, Draw& draw) {
@@ -45,7 +47,7 @@ State inside(Subject& subject, Draw& draw) {
     const double T = anywhere(draw), share = draw.uniform();
     const double high = saturate(subject.plain, T, +1, UNSET).value_or(300e5);
     const double low = saturate(subject.plain, T, -1, UNSET).value_or(1e5);
-    return {T, std::max(high * std::pow(std::max(low / high, 1e-4), share), 1e3)};
+    return {T, std::max(high * std::pow(std::max(low / high, 1e-4), share), LEAST_PRESSURE)};
 }
 
 State draw_state(Subject& subject, Draw& draw) {
@@ -146,8 +148,13 @@ private:
         const Failure failure = pair_failure(errors);
         if (failure != FAILURE_COUNT) return failure;
         least_gibbs_ = std::min(least_gibbs_, errors.gibbs_excess);
-        if (test.cell.phase_count > 2) return FAILURE_COUNT;
-        return has_better_split(test) ? BETTER_SPLIT : FAILURE_COUNT;
+        const double V = test.cell.y_state.fraction;
+        if (test.cell.phase_count > 2) {
+            announced_V_ = V;
+            return FAILURE_COUNT;
+        }
+        if (!has_better_split(test)) return FAILURE_COUNT;
+        return std::abs(V - announced_V_) <= 1e-8 ? THIRD_PHASE_UNTOLD : BETTER_SPLIT;
     }
 
     /// The search is made once a state. A sound split of another flash, of lower Gibbs energy than
@@ -191,6 +198,7 @@ private:
     bool feed_searched_ = false;
     double feed_depth_ = 0.0;
     double searched_V_ = -1.0;
+    double announced_V_ = -1.0;  ///< of the split beside which a third phase was announced
     double split_depth_ = 0.0;
 };
 

@@ -19,11 +19,16 @@ constexpr double FUGACITY = 1e-10;
 constexpr double SCAN_FACTOR = 1.3;
 constexpr double LOWEST = 1.0;  // Pa; below it the textbook's Cardano formula loses liquid roots
 
-/// One pressure asked for.
+/// A region so narrow, of a fluid that is all but pure, has no inside that a flash could tell.
+constexpr double NARROW = 1e-7;
+
+/// One pressure asked for; the other boundary of the region, if it is known, tells its width.
 class SaturationCase {
 public:
     SaturationCase(Subject& subject, double T, int sense, const Options& options)
-        : subject_(subject), T_(T), sense_(sense), options_(options) {}
+        : subject_(subject), T_(T), sense_(sense), options_(options) {
+        other_ = saturate(subject.plain, T, -sense, UNSET).value_or(0.0);
+    }
 
     void run(Tally& tally, double start, std::uint64_t number) {
         TestCell& test = subject_.plain;
@@ -85,7 +90,8 @@ private:
     }
     /// The region may be narrower than a step inside, and shallow next to its boundary.
     bool two_phases_inside(double P) {
-        for (const double step : {1e-3, 1e-2, 1e-4, 1e-5, 1e-6})
+        if (std::abs(P - other_) <= NARROW * P) return true;
+        for (const double step : {1e-3, 1e-2, 1e-4, 1e-5, 1e-6, 1e-7})
             if (is_two_phase(outward(P, 1.0 / (1.0 + step)))) return true;
         return false;
     }
@@ -108,6 +114,7 @@ private:
     double T_;
     int sense_;
     const Options& options_;
+    double other_ = 0.0;  ///< Pa, 0 if unknown
 };
 
 double draw_temperature(const Subject& subject, Draw& draw) {

@@ -10,7 +10,7 @@ namespace kestrane::campaign {
 namespace {
 
 constexpr std::array<const char*, FAILURE_COUNT> NAMES{
-    "one phase, unstable", "a better split exists", "unequal fugacities",
+    "one phase, unstable", "a better split exists", "third phase untold", "unequal fugacities",
     "no material balance", "Gibbs above the feed's", "wrong root",
     "density out of bounds", "no two-phase side", "unstable outside",
     "falsely not found", "falsely above limit", "convergence warning",

@@ -13,6 +13,7 @@ namespace kestrane::campaign {
 enum Failure : std::size_t {
     ONE_PHASE_UNSTABLE,   ///< one phase, but something lies below its tangent plane
     BETTER_SPLIT,         ///< two phases, but something lies below their tangent plane
+    THIRD_PHASE_UNTOLD,   ///< the best two phases, but the third beside them is not announced
     NO_EQUILIBRIUM,       ///< fugacities differ
     NO_BALANCE,           ///< the phases are not the feed
     GIBBS_ABOVE_FEED,     ///< the split has more Gibbs energy than the feed

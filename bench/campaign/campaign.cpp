@@ -6,8 +6,8 @@
 //
 // --count is the number of flashes and of saturation pressures. --case runs one case again and
 // tells each step and the fluid, as source. Ends with status 1 if an answer was wrong without a
-// warning, or more than 20 of a million flashes (of 100,000 saturation pressures) ended in a
-// warning of convergence or a false "could not be found".
+// warning, more than 20 of a million flashes ended in a warning of convergence, or more than 20 of
+// 100,000 saturation pressures in a false "could not be found".
 
 #include <algorithm>
 #include <cstdlib>
@@ -72,14 +72,16 @@ Request request_of(int argc, char** argv) {
     return request;
 }
 
-/// True if the campaign met its bars; `rate` is the share of warnings allowed.
-bool report(const Tally& tally, const Options& options, double rate) {
+/// True if the campaign met its bars.
+bool report(const Tally& tally, const Options& options, bool flashes) {
     tally.print(std::cout);
     std::cout << "\nWrong without a warning: " << tally.silent() << '\n';
     tally.print_cases(std::cout, 60);
     std::cout << "Run a case again with: --seed " << options.seed << " --case N\n\n";
-    const long warnings =
-        tally.of(UNCONVERGED) + tally.of(FALSELY_NOT_FOUND) + tally.of(FALSELY_ABOVE_LIMIT);
+    // Saturation pressures next to a critical point are bracketed, and warned of, by design.
+    long warnings = tally.of(FALSELY_NOT_FOUND) + tally.of(FALSELY_ABOVE_LIMIT);
+    if (flashes) warnings += tally.of(UNCONVERGED);
+    const double rate = flashes ? 20e-6 : 200e-6;
     const double allowed = std::max(1.0, rate * static_cast<double>(tally.answers()));
     return tally.silent() == 0 && static_cast<double>(warnings) <= allowed;
 }
@@ -89,11 +91,11 @@ bool run(Request request) {
     Options& options = request.options;
     if (request.what != "saturation") {
         options.cases = options.verbose ? 1 : (request.count + 2) / 3;
-        passed = report(flash_campaign(options), options, 20e-6) && passed;
+        passed = report(flash_campaign(options), options, true) && passed;
     }
     if (request.what != "flash") {
         options.cases = options.verbose ? 1 : (request.count + 1) / 2;
-        passed = report(saturation_campaign(options), options, 200e-6) && passed;
+        passed = report(saturation_campaign(options), options, false) && passed;
     }
     return passed;
 }

@@ -220,6 +220,7 @@ private:
     void flash_search(FlashState& s);
     bool flash_goes_on(FlashState& s);
     int far_side_trials() const;
+    bool further_phase_is_due();
     void check_third_phase(double G);
     bool third_phase_splits(SavedSplit& saved, std::span<double> w, double& G);
     void save_split(SavedSplit& saved) const;
