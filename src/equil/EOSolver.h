@@ -141,6 +141,19 @@ public:
     ///   sense  in         +1: the feed is stable above the pressure sought, -1: below
     /// Returns a SaturationEnd, times `sense` for a pressure found. That goes to the cell.
     int saturation_newton(PhaseState& trial, std::span<double> ln_k, int sense);
+    /// Moves the fluid of a cell just flashed up (height > 0, m) or down in gravity at constant
+    /// temperature: composition and pressure of the feed, and the phases there. A cell of two
+    /// phases goes on from the lighter one upward and from the heavier one downward.
+    ///   damping          1 equilibrium of all components with height, 0 constant composition
+    ///   stop_at_contact  ends the column where a second phase appears
+    ///   height_done out  less than `height` where the column ended at a contact, which it does too
+    ///                    if damping is not 1, or failed
+    /// False, with a warning, if the column could not be followed farther.
+    bool segregate(double height, double damping, bool stop_at_contact, double& height_done);
+    /// Gibbs energies at both roots of mixtures of the feed with an injection, or distances from
+    /// the tangent at the feed: feed, injection, and i/points of injection. See PVTCell::gibbs.
+    void mixture_energies(const Tank& injection, int points, bool tangent,
+                          std::vector<MixtureEnergy>& rows);
     /// Writes phases and K-values into the cell after a flash.
     void publish(bool two_phase);
     /// Ends every calculation; if not `ok` the cell is left with one phase and K = 1.
@@ -164,6 +177,8 @@ private:
     struct NewtonState;
     struct SaturationState;
     struct ConvergenceState;
+    struct GravityNewton;
+    struct Column;
 
     void bind_store();
     void bind_phases();
@@ -261,6 +276,34 @@ private:
     void saturation_withdraw(SaturationState& s, double P0);
     void saturation_messages(const SaturationState& s);
     void warn_of_no_two_phase_pressure(int sense);
+
+    // gravity: the Newton iteration of a step
+    int gravity_newton(GravityNewton& s);
+    void gravity_target(GravityNewton& s, double height);
+    void gravity_first_pressure(GravityNewton& s, double height) const;
+    bool gravity_trial(GravityNewton& s);
+    bool gravity_compose(GravityNewton& s);
+    void gravity_evaluate(GravityNewton& s);
+    bool gravity_converged(GravityNewton& s) const;
+    void gravity_pressure_step(GravityNewton& s) const;
+    bool gravity_newton_step(GravityNewton& s);
+    void gravity_substitution(GravityNewton& s);
+    void gravity_limit(GravityNewton& s) const;
+
+    // gravity: the column
+    void column_begin(Column& c, double height);
+    bool column_cannot_leave(const Column& c) const;
+    bool column_direct(Column& c);
+    void column_follow(Column& c);
+    int column_step(Column& c, double step, bool from_phase);
+    void column_split(Column& c);
+    void column_accept(Column& c, double step);
+    void column_return(Column& c);
+    bool column_is_continuous(const Column& c) const;
+    bool column_at_verge() const;
+    void column_search(Column& c, double step);
+    void column_publish_verge(const Column& c);
+    void column_warn(const Column& c);
 
     // the feed as one component; convergence pressures
     double one_component_pressure();

@@ -37,6 +37,14 @@ enum InitPolicy : int {
 /// When results are tested for stability (TEST1&, TEST2&).
 enum TestPolicy : int { TEST_NEVER = 0, TEST_SUSPECTED = 1, TEST_TRIVIAL = 2, TEST_ALWAYS = 3 };
 
+/// Gibbs energy of one mixture of feed and injection, per mole over RT.
+struct MixtureEnergy {
+    double injected = 0.0;  ///< mole fraction of the injection
+    double low = 0.0;       ///< at the lower root of the cubic
+    double high = 0.0;      ///< at the higher root; the same number where there is one root
+    bool two_roots = false;
+};
+
 /// State of a cell that can be put back.
 struct CellConditions {
     ValueWithUnit temperature, pressure, depth;
@@ -47,6 +55,28 @@ struct CellConditions {
     std::vector<double> ln_k;
     unsigned long charz_serial = 0;  ///< of the characterization that ln_k belongs to
     int third_phase_position = 0;
+};
+
+class PVTCell;
+
+/// Restores a cell's policies on leaving a scope.
+class PolicyScope {
+public:
+    explicit PolicyScope(PVTCell& cell);
+    ~PolicyScope();
+    PolicyScope(const PolicyScope&) = delete;
+    PolicyScope& operator=(const PolicyScope&) = delete;
+
+private:
+    PVTCell& cell_;
+    int init_policy_, test1_, test2_, third_phase_severity_;
+};
+
+/// One end of the line on which a boundary is looked for; UNSET values are the cell's.
+struct BoundaryLimit {
+    ValueWithUnit temperature;  ///< K
+    ValueWithUnit pressure;     ///< Pa
+    PtrTo<Tank> mixture;        ///< null: the cell's feed
 };
 
 /// The simulated cell: a feed, a temperature, a pressure, and the phases found. Every calculation
@@ -74,6 +104,28 @@ public:
     void critical_temperature();
     /// Sets the temperature sum(z Tc^2/Pc)/sum(z Tc/Pc).
     void average_critical_temperature();
+    /// Moves the cell up (height > 0, m) or down in gravity at constant temperature; see
+    /// EOSolver::segregate. Feed, pressure and depth follow. Contacts are crossed unless
+    /// `stop_at_contact`: beyond one the phase on its far side is the feed.
+    ///   policy  of the splits on the way (InitPolicy, INIT_STABILITY at most)
+    /// False, with the cell at the last point reached, if the column could not be followed.
+    bool segregate(double height, double damping, bool stop_at_contact, int policy);
+    /// Finds the depth at which the fluid of the cell's column passes from oil to gas. True if
+    /// there is one: the cell is then there, on the verge of two phases. Otherwise the cell is
+    /// back at its reference, with a warning.
+    bool gas_oil_contact(double damping, double& contact_depth);
+    /// Finds where on the line from a to b the number of phases changes between one and more. The
+    /// two states next to the boundary go to `near` (on a's side) and `far`; without a boundary
+    /// these are a and b, and a warning says so. The cell is left in the near state.
+    bool boundary(const BoundaryLimit& a, const BoundaryLimit& b, CellConditions& near,
+                  CellConditions& far);
+    /// Gibbs energies of mixtures of feed and injection at the cell's conditions: feed, injection,
+    /// and points + 1 mixtures of i/points injection. Energies are sum x ln x + sum x ln phi, with
+    /// the ln phi of EOS::ln_phi: they lack terms that are linear in composition. None for
+    /// `points` < 1. The cell's feed is flashed.
+    std::vector<MixtureEnergy> gibbs(Tank& injection, int points);
+    /// The same for distances of the mixtures from the tangent plane at the feed.
+    std::vector<MixtureEnergy> tangent(Tank& injection, int points);
     /// Restores the conditions and flashes from them; policies are put back afterwards.
     void restore_and_flash(const CellConditions& conditions, bool keep_init);
 
@@ -124,6 +176,11 @@ public:
 
     unsigned long charz_serial = 0;   ///< of the characterization that ln_k belongs to
     PtrTo<SolverStore> solver_store;  ///< kept by solvers between calculations; null at first
+
+private:
+    bool has_reference_pressure();
+    bool follow_column(double height, double damping, bool stop_at_contact, int policy);
+    std::vector<MixtureEnergy> energies(Tank& injection, int points, bool tangent);
 };
 
 }  // namespace kestrane

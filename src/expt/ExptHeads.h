@@ -11,6 +11,7 @@
 namespace kestrane {
 
 class Charzation;
+class Writer;
 
 /// What a column of an experiment is. The order of reports is from high to low.
 enum ColumnTag : int {
@@ -40,23 +41,26 @@ public:
 
     /// For the table's reading: finds a head by a word of the script.
     const HeadDictionary& dictionary() const;
-    /// The catalogue's head with that key (of this kind), or null.
+    /// The head that this kind of experiment finds by that word, or null.
     const AnyColHead* find(const std::string& key) const;
     /// The number of fixed heads.
     std::size_t fixed_count() const;
 
     /// Makes the heads of a characterization's components and lumps known, and drops those of the
     /// characterization before it. Lumps defined since the last call are added. Heads once made
-    /// live for the run, since tables that were read with them point at them.
-    void follow(const Charzation& charz);
-    /// Forgets which characterization was followed last.
+    /// live for the run, since tables that were read with them point at them, and serve every
+    /// characterization with a component of that name in that place. Costs next to nothing while
+    /// the characterization stays.
+    ///   writer  is warned, once for each name, if a lump has a component's name; null: nobody is
+    void follow(const Charzation& charz, Writer* writer = nullptr);
+    /// Forgets which characterization was followed last, with its heads.
     void reset();
 
 private:
-    struct Catalogue;
-    explicit ExptHeads(bool for_segregation);
+    struct State;
+    explicit ExptHeads(std::span<const AnyColHead* const> fixed);
     ~ExptHeads();
-    std::unique_ptr<Catalogue> catalogue_;
+    std::unique_ptr<State> state_;
 };
 
 }  // namespace kestrane

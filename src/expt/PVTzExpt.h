@@ -22,13 +22,22 @@ public:
     /// The column heads that this kind of experiment knows.
     virtual ExptHeads& key_table() const;
 
-    std::string id;  ///< in the report's heading; empty: the title
-    int number = 0;  ///< of the experiment in the script, from 1
-    ExpTable table;  ///< the input
+    /// "experiment 1": what verdicts on problems name.
+    std::string label() const { return "experiment " + std::to_string(number); }
+
+    std::string id;                    ///< in the report's heading; empty: the title
+    int number = 0;                    ///< of the experiment in the script, from 1
+    ExpTable table;                    ///< the input
+    const Command* command = nullptr;  ///< whose experiment it is: the place of problems
 
 protected:
     /// Follows the current characterization with the columns of its components and lumps.
-    void follow_columns(EOSLab& lab);
+    void follow_columns(EOSLab& lab, Writer& writer);
+
+private:
+    void read_table(Reader& reader, EOSLab& lab);
+    void skip_to_end(Reader& reader, EOSLab& lab);
+    void add_stage_column();
 };
 
 }  // namespace kestrane

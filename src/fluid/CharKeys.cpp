@@ -28,7 +28,7 @@ std::string problem_headline(std::string_view what, int) {
 }
 
 void report_stage(ErrorList& errors, Reader& reader, const Command& command, const char* stage) {
-    errors.Report(reader, stage, command.Location(), problem_headline);
+    if (!errors.empty()) errors.Report(reader, stage, command.Location(), problem_headline);
     errors.Clear();
 }
 
@@ -137,8 +137,10 @@ void BIPS_Cmd::Read(Reader& reader, const std::string&) {
 
 template <>
 void CharCorr_Cmd::Execute(Reader& reader) {
-    const std::string note = "Correlating unspecified component properties with MW, TB and SG.";
-    reader.Block("UPDATE", {&note, 1}, Writer::DEFAULT_WIDTH, '=');
+    if (reader.active()) {
+        const std::string note = "Correlating unspecified component properties with MW, TB and SG.";
+        reader.Block("UPDATE", {&note, 1}, Writer::DEFAULT_WIDTH, '=');
+    }
     ErrorList errors;
     user().added->correlate(errors);
     report_stage(errors, reader, *this, "component property correlation");
@@ -165,8 +167,10 @@ void Char_Cmd::Rerun(Reader& reader) {
 
 template <>
 void Char_Cmd::Execute(Reader& reader) {
-    const std::string quoted = charz.name.empty() ? "" : " \"" + charz.name + "\"";
-    reader.Note({"Now defining fluid characterization" + quoted + "."});
+    if (reader.active()) {
+        const std::string quoted = charz.name.empty() ? "" : " \"" + charz.name + "\"";
+        reader.Note({"Now defining fluid characterization" + quoted + "."});
+    }
     if (!added || !user().holds(added)) added = user().add_shared(charz);
     user().current(added.get());
 

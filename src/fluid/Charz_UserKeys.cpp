@@ -83,7 +83,7 @@ void CharRestore_Cmd::Execute(Reader& reader) {
     const Restored result = restore(user(), name);
     if (result == Restored::Missing) {
         reader.Error({nothing_to_restore(name), Location("Problem detected for ")});
-    } else if (result == Restored::Changed) {
+    } else if (result == Restored::Changed && reader.active()) {
         const std::string& restored = user().current()->name;
         const std::string via = KeyCompare(restored, name) == 0 ? "" : " via alias " + quoted(name);
         reader.Note({"Now restoring characterization " + quoted(restored) + via + "."});
@@ -111,7 +111,7 @@ void CharAlias_Cmd::Execute(Reader& reader) {
     if (!usable) return;
     if (!user().current()) {
         reader.Error({nothing_for_alias(alias), Location("Problem detected for ")});
-    } else if (add_alias(user(), alias)) {
+    } else if (add_alias(user(), alias) && reader.active()) {
         reader.Note({"Characterization " + quoted(user().current()->name) + " now has the alias " +
                      quoted(alias) + "."});
     }

@@ -83,6 +83,7 @@ std::string jacoby_form(const Soreide& s) {
 }
 
 void report_correlation(Writer& writer) {
+    if (!writer.active()) return;
     const Soreide& s = correlation_state().soreide;
     if (!s.active()) {
         writer.Note({"Soreide/Jacoby correlation is now inactive."});
@@ -94,6 +95,15 @@ void report_correlation(Writer& writer) {
 }
 
 }  // namespace
+
+void use_jacoby_form(double aromaticity) {
+    CorrelationState& state = correlation_state();
+    state.aromaticity = aromaticity;
+    state.soreide.mw0 = 0.0;
+    state.soreide.mw1 = -1.0;
+    state.soreide.sg1 = JACOBY_SG1 - AROMATIC_SG1 * aromaticity;
+    state.soreide.sg0 = JACOBY_SG0 + AROMATIC_SG0 * aromaticity;
+}
 
 template <double Soreide::*parameter>
 void read_data(SoreideValue_Cmd<parameter>& command, Reader& reader) {
@@ -137,13 +147,7 @@ void Jacoby_Cmd::Rerun(Reader&) {
 }
 template <>
 void Jacoby_Cmd::Execute(Reader& reader) {
-    CorrelationState& state = correlation_state();
-    if (aromaticity != UNSET) state.aromaticity = aromaticity;
-    const double a = state.aromaticity;
-    state.soreide.mw0 = 0.0;
-    state.soreide.mw1 = -1.0;
-    state.soreide.sg1 = JACOBY_SG1 - AROMATIC_SG1 * a;
-    state.soreide.sg0 = JACOBY_SG0 + AROMATIC_SG0 * a;
+    use_jacoby_form(aromaticity != UNSET ? aromaticity : correlation_state().aromaticity);
     report_correlation(reader);
 }
 
@@ -161,6 +165,7 @@ template <>
 void TwuMW_Cmd::Execute(Reader& reader) {
     double& current = correlation_state().twu_damping;
     if (damping != UNSET) current = damping;
+    if (!reader.active()) return;
     std::ostringstream text;
     text << "Twu MW damping factor is now " << current;
     reader.Note({text.str()});

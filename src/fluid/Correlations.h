@@ -26,6 +26,9 @@ struct CorrelationState {
     double twu_damping = 1.0;  ///< of the Twu molecular weight perturbation
 };
 CorrelationState& correlation_state();
+/// Chooses the form of R.H. Jacoby with that aromaticity factor, which is kept:
+/// SG = 0.8468 - 15.8/MW + a (0.2456 - 1.77/MW).
+void use_jacoby_form(double aromaticity);
 
 /// Twu's correlation of critical properties and molecular weight with boiling point and specific
 /// gravity. Values are worked out at first request and kept until an input changes.

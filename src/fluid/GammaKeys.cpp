@@ -5,16 +5,11 @@
 #include <sstream>
 #include <vector>
 
-#include "fluid/Charz_User.h"
+#include "fluid/GammaCmd.h"
 #include "fluid/GammaState.h"
 #include "input/StoredBlock.h"
-#include "input/UserCmd.h"
 
 namespace kestrane {
-
-/// GAMMA: a block of sub-keywords.
-struct Gamma_Data {};
-using Gamma_Cmd = UserCmd<Charz_User, Gamma_Data>;
 
 /// One parameter: numbers, or a stored value, or its present value for a fit too.
 template <GammaParameter parameter>
@@ -49,8 +44,6 @@ struct Conserve_Data {
 };
 using Conserve_Cmd = UserCmd<Charz_User, Conserve_Data>;
 
-template <>
-void Gamma_Cmd::Execute(Reader& reader);
 template <>
 void Conserve_Cmd::Execute(Reader& reader);
 

@@ -85,7 +85,7 @@ void LBC_Cmd::Execute(Reader& reader) {
     if (standard) return;
     ErrorList errors;
     viscometer()->check(errors);
-    errors.Report(reader, "", Location(), inconsistent_headline);
+    if (!errors.empty()) errors.Report(reader, "", Location(), inconsistent_headline);
 }
 
 namespace {

@@ -50,6 +50,7 @@ ErrorList::ErrorList() {
 
 void ErrorList::Add(std::string_view text, int level) {
     severity = std::max(severity, level);
+    if (level >= ERROR) ++error_count;
     const auto same = std::find_if(entries.begin(), entries.end(),
                                    [text](const auto& entry) { return entry->text == text; });
     if (same == entries.end()) {
@@ -89,6 +90,7 @@ void ErrorList::Report(Writer& writer, std::string_view what, std::string_view d
 void ErrorList::Clear() {
     entries.clear();
     severity = NO_PROBLEM;
+    error_count = 0;
     warnings_on = true;
     errors_on = true;
 }

@@ -54,6 +54,7 @@ public:
 
     std::vector<DynPtr<ErrorMsg>> entries;  ///< in order of arrival
     int severity = NO_PROBLEM;
+    int error_count = 0;      ///< added at ERROR or above, repeats included
     bool warnings_on = true;  ///< searches turn this off while they try states
     bool errors_on = true;
 };

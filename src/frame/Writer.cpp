@@ -124,6 +124,7 @@ void Writer::Headline(std::string_view text, Lines body, char fill) {
 }
 
 void Writer::Block(std::string_view tag, Lines lines, unsigned width, char fill) {
+    if (!active()) return;
     unsigned available = std::numeric_limits<unsigned>::max();
     for (const OutFile* file : fileList) available = std::min(available, file->lineWidth);
     if (width != 1 && width <= available) available = width;

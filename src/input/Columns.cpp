@@ -414,6 +414,15 @@ template class DataColumn<Quote>;
 template class DataColumn<UserWord>;
 
 void HeadDictionary::add(const AnyColHead& head) {
+    if (!offer(head)) throw LogicError{};
+}
+
+bool HeadDictionary::offer(const AnyColHead& head) {
+    const auto taken = [&](const std::string& key) {
+        const AnyColHead* other = dictionary_.find(key);
+        return other && other != &head;
+    };
+    if (std::any_of(head.keywords.begin(), head.keywords.end(), taken)) return false;
     // Of keywords that overlap the dictionary keeps the first: the one that matches most.
     std::vector<std::string> keys = head.keywords;
     std::stable_sort(keys.begin(), keys.end(), [](const std::string& a, const std::string& b) {
@@ -421,10 +430,9 @@ void HeadDictionary::add(const AnyColHead& head) {
         const bool b_wide = b.ends_with('&');
         return a_wide != b_wide ? a_wide : a_wide && a.size() < b.size();
     });
-    for (const std::string& key : keys) {
-        if (!dictionary_.add(key, &head)) throw LogicError{};
-    }
+    for (const std::string& key : keys) dictionary_.add(key, &head);
     heads_.push_back(&head);
+    return true;
 }
 
 }  // namespace kestrane

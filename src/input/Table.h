@@ -183,6 +183,9 @@ extern template class DataColumn<UserWord>;
 class HeadDictionary {
 public:
     void add(const AnyColHead& head);
+    /// Adds the head unless another one answers to one of its keywords: false then, and nothing is
+    /// added.
+    bool offer(const AnyColHead& head);
     const AnyColHead* find(const std::string& word) const { return dictionary_.find(word); }
     /// In order of addition.
     const std::vector<const AnyColHead*>& heads() const { return heads_; }

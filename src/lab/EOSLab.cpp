@@ -1,31 +1,13 @@
 #include "lab/EOSLab.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "equil/EOS.h"
 #include "fluid/LBC.h"
 #include "fluid/Sugden.h"
-#include "input/UserCmd.h"
+#include "input/Keyword.h"
 
 namespace kestrane {
-
-namespace {
-
-constexpr int READING_ERROR_LIMIT = 20;
-constexpr int READING_WARNING_LIMIT = 50;
-constexpr int NEW_ERRORS_PER_EVALUATION = 20;
-// An output file prints while its print level reaches its minimum level.
-constexpr int CONSOLE_LEVEL = 1;
-constexpr int REPORT_LEVEL = 3;
-
-void set_levels(OutFile* file, int minimum, int print) {
-    if (!file) return;
-    file->minimumLevel = minimum;
-    file->printLevel = print;
-}
-
-}  // namespace
 
 EOSLab::EOSLab() : errors_(make_dyn<ErrorList>()) {
     SetDeferred(true);
@@ -62,43 +44,6 @@ std::vector<double> EOSLab::base_fractions(const Charzation& base) const {
 
 double EOSLab::base_temperature() const {
     return std::max(0.0, cell_->temperature.value);
-}
-
-void EOSLab::runScript(Reader& reader) {
-    ErrorCounts& counts = reader.errorCounts();
-    counts.errorLimit = 1;
-    counts.warningLimit = READING_WARNING_LIMIT;
-    reader.CheckLimits();
-    counts.errorLimit = READING_ERROR_LIMIT;
-    ReadAll(reader);
-    counts.errorLimit = 1;
-    counts.warningLimit = std::numeric_limits<std::int32_t>::max();
-    reader.CheckLimits();
-    evaluateNow(reader, errors(), EvaluationMode::Final);
-}
-
-void EOSLab::evaluate(Reader& reader, ErrorList&, EvaluationMode mode) {
-    mode_ = mode;
-    reader.CheckLimits();
-    ErrorCounts& counts = reader.errorCounts();
-    counts.errorLimit = counts.errors + NEW_ERRORS_PER_EVALUATION;
-    const bool prints = mode == EvaluationMode::First || mode == EvaluationMode::Final;
-    set_levels(reader.consoleFile, CONSOLE_LEVEL, prints ? CONSOLE_LEVEL : 0);
-    set_levels(reader.reportFile, REPORT_LEVEL, prints ? REPORT_LEVEL : 0);
-    resetLaboratory();
-    rerun_all(reader);
-    execute_all(reader);
-    set_levels(reader.consoleFile, CONSOLE_LEVEL, CONSOLE_LEVEL);
-    set_levels(reader.reportFile, REPORT_LEVEL,
-               mode == EvaluationMode::Jacobian ? 0 : REPORT_LEVEL);
-}
-
-void EOSLab::rerun_all(Reader& reader) {
-    for (const auto& command : commands) command->Rerun(reader);
-}
-
-void EOSLab::execute_all(Reader& reader) {
-    for (const auto& command : commands) command->Execute(reader);
 }
 
 void EOSLab::resetLaboratory() {

@@ -35,11 +35,16 @@ public:
     std::vector<double> base_fractions(const Charzation& base) const override;
     double base_temperature() const override;
 
-    /// The whole run: reads the script into stored commands, then executes them. A script with an
-    /// error stops (FatalError) before anything is calculated.
+    /// The whole run: reads the script into stored commands, fits the variables that are to be
+    /// varied, and executes the commands for the report. A script with an error stops (FatalError)
+    /// before anything is calculated.
     void runScript(Reader& reader);
-    /// One pass over the stored commands on a laboratory built from nothing.
+    /// One pass over the stored commands on a laboratory built from nothing. Commands print in modes
+    /// First and Final only; the table of variables in all but Jacobian. A fatal error in a silent
+    /// pass, or three errors in a pass, leave a fatal entry in `errors`, which ends the fit.
     void evaluate(Reader& reader, ErrorList& errors, EvaluationMode mode) override;
+    /// The table of variables on the report, if there are any.
+    void reportVariables(const Writer& writer) const;
     virtual void resetLaboratory();
 
     /// One scalar of an experiment: a residual if `measured` was given (not UNSET), and if `writer`
@@ -73,6 +78,11 @@ public:
     NamedTable<int> run_counts;
 
 private:
+    void regress(Reader& reader);
+    /// False if a fatal error ended a silent pass.
+    bool run_pass(Reader& reader);
+    void report_rms(Writer& writer) const;
+    std::string variables_title() const;
     void rerun_all(Reader& reader);
     void execute_all(Reader& reader);
 

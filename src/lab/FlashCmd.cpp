@@ -1,4 +1,5 @@
 #include "input/UserCmd.h"
+#include "lab/Conditions.h"
 #include "lab/EOSLab.h"
 #include "lab/PhaseTable.h"
 #include "lab/Section.h"
@@ -11,22 +12,9 @@ struct Flash_Data {
 };
 using Flash_Cmd = UserCmd<EOSLab, Flash_Data>;
 
-/// Up to one temperature and one pressure, in either order, each known by its unit. A bare number
-/// is the temperature first, the pressure next.
 template <>
 void Flash_Cmd::Read(Reader& reader, const std::string&) {
-    const LineLimitScope one_line(reader, 0);
-    std::vector<const UnitSet*> sets{&unit_set(UnitKind::Temperature),
-                                     &unit_set(UnitKind::Pressure)};
-    std::vector<ValueWithUnit*> targets{&temperature, &pressure};
-    while (!sets.empty()) {
-        ValueWithUnit value;
-        const int kind = ReadValue(reader, value, sets, 0);
-        if (kind < 0) return;
-        *targets[static_cast<std::size_t>(kind)] = value;
-        sets.erase(sets.begin() + kind);
-        targets.erase(targets.begin() + kind);
-    }
+    read_temperature_and_pressure(reader, temperature, pressure);
 }
 
 template <>

@@ -297,7 +297,7 @@ void Mix_Cmd::Read(Reader& reader, const std::string&) {
         reader.Error(lines);
     }
     IngredientReader(reader, user(), *this).read();
-    if (valid) user().store_mixture(name, Tank(name));
+    if (valid) user().store_mixture(name, Tank(name, user().current(nullptr)));
 }
 
 template <>

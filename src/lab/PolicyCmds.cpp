@@ -108,7 +108,7 @@ void Init2_Cmd::Read(Reader& reader, const std::string&) {
 template <>
 void Init2_Cmd::Execute(Reader& reader) {
     user().cell().init_policy = policy;
-    reader.Note(init2_note(policy));
+    if (reader.active()) reader.Note(init2_note(policy));
 }
 
 template <>
@@ -118,7 +118,7 @@ void Test1_Cmd::Read(Reader& reader, const std::string&) {
 template <>
 void Test1_Cmd::Execute(Reader& reader) {
     user().cell().test1 = policy;
-    reader.Note(test1_note(policy));
+    if (reader.active()) reader.Note(test1_note(policy));
 }
 
 template <>
@@ -128,7 +128,7 @@ void Test2_Cmd::Read(Reader& reader, const std::string&) {
 template <>
 void Test2_Cmd::Execute(Reader& reader) {
     user().cell().test2 = policy;
-    reader.Note(test2_note(policy));
+    if (reader.active()) reader.Note(test2_note(policy));
 }
 
 template <>
@@ -141,6 +141,7 @@ void Stab_Cmd::Execute(Reader& reader) {
     PVTCell& cell = user().cell();
     cell.init_policy = on ? INIT_STABILITY : INIT_NEWTON;
     cell.test1 = cell.test2 = on ? TEST_ALWAYS : TEST_SUSPECTED;
+    if (!reader.active()) return;
     if (on)
         reader.Note({"Stability tests will initialize and check all phase-split calculations."});
     else

@@ -76,11 +76,13 @@ void execute_data(UserCmd<EOSLab, Critical_Data<Calculation>>& command, Reader& 
     Section section(lab, reader, Calculation::TITLE, Calculation::LABEL);
     PVTCell& cell = lab.cell();
     Calculation::run(cell);
-    reader.Line(section.heading());
-    reader.Line(std::string(section.heading().size(), '='));
-    reader.Line("");
-    reader.Line(Calculation::RESULT + value_text(cell.temperature, UnitKind::Temperature));
-    reader.Newlines(2);
+    if (reader.active()) {
+        reader.Line(section.heading());
+        reader.Line(std::string(section.heading().size(), '='));
+        reader.Line("");
+        reader.Line(Calculation::RESULT + value_text(cell.temperature, UnitKind::Temperature));
+        reader.Newlines(2);
+    }
     section.close(command);
 }
 

@@ -2,11 +2,20 @@
 
 namespace kestrane {
 
-Section::Section(EOSLab& lab, Writer& writer, const std::string& title, const std::string& label)
-    : lab_(lab), writer_(writer), label_(label) {
+int Section::next_number(EOSLab& lab, Writer& writer, const std::string& label) {
+    if (!writer.active()) return 0;
     const int* runs = lab.run_counts.find(label);
-    const int count = lab.run_counts.set(label, (runs ? *runs : 0) + 1);
-    heading_ = title + " " + std::to_string(count);
+    return lab.run_counts.set(label, (runs ? *runs : 0) + 1);
+}
+
+Section::Section(EOSLab& lab, Writer& writer, const std::string& title, const std::string& label)
+    : Section(lab, writer, title, label, next_number(lab, writer, label)) {}
+
+Section::Section(EOSLab& lab, Writer& writer, const std::string& title, const std::string& label,
+                 int number)
+    : lab_(lab), writer_(writer), label_(label) {
+    if (!writer.active()) return;
+    heading_ = title + " " + std::to_string(number);
     writer.Newlines(2);
     if (!lab.title.empty()) writer.Line(lab.title);
     for (const std::string& subtitle : lab.subtitles) writer.Line(subtitle);
@@ -14,6 +23,7 @@ Section::Section(EOSLab& lab, Writer& writer, const std::string& title, const st
 }
 
 void Section::close(const Command& command) {
+    if (lab_.errors().empty()) return;
     lab_.errors().Report(writer_, label_, command.Location("Problem for ", "."), ResultHeadline);
 }
 

@@ -61,10 +61,12 @@ template <>
 void Title_Cmd::Execute(Reader& reader) {
     user().title = text;
     user().subtitles.clear();
-    reader.Newlines(2);
-    reader.Line(text);
-    reader.Line(std::string(text.size(), '='));
-    reader.Newlines(1);
+    if (reader.active()) {
+        reader.Newlines(2);
+        reader.Line(text);
+        reader.Line(std::string(text.size(), '='));
+        reader.Newlines(1);
+    }
     execute_children(reader);
 }
 
@@ -108,6 +110,7 @@ void Note_Cmd::Execute(Reader& reader) {
 
 template <>
 void Time_Cmd::Execute(Reader& reader) {
+    if (!reader.active()) return;
     const std::string seconds = fixed_text(Program::ElapsedSeconds(), 2);
     reader.Headline("Execution time so far: " + seconds + " seconds.", {}, '=');
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "frame/ErrorList.h"
 #include "frame/Errors.h"
 #include "input/Keyword.h"
 
@@ -12,6 +13,7 @@ namespace {
 
 constexpr std::size_t USUAL_VARIABLES = 10;
 constexpr std::size_t USUAL_RESIDUALS = 100;
+constexpr int ERRORS_THAT_END = 3;
 
 }  // namespace
 
@@ -55,8 +57,11 @@ void Fitter::evaluateNow(Reader& context, ErrorList& errors, EvaluationMode mode
     if (mode != EvaluationMode::First && mode != EvaluationMode::Final) values_from_scaled();
     evaluate(context, errors, mode);
     if (active_.size() != active) throw LogicError{};
-    if (fixed_residuals_ > 0 && residuals_.size() != fixed_residuals_) throw LogicError{};
-    residual_count_ = fixed_residuals_ = residuals_.size();
+    residual_count_ = residuals_.size();
+    if (!ended_by(errors)) {
+        if (fixed_residuals_ > 0 && residual_count_ != fixed_residuals_) throw LogicError{};
+        fixed_residuals_ = residual_count_;
+    }
     row_count_ = std::max(residual_count_, active);
     residuals_.resize(row_count_, 0.0);
 }
@@ -72,11 +77,8 @@ void Fitter::clear_variables() {
     active_.clear();
 }
 
-void Fitter::values_from_scaled() {
-    for (std::size_t j = 0; j < scaled_.size(); ++j) {
-        const auto number = static_cast<std::size_t>(active_[j]);
-        values_[number] = lower_[number] + (upper_[number] - lower_[number]) * scaled_[j];
-    }
+bool Fitter::ended_by(const ErrorList& errors) {
+    return !errors.usable() || errors.error_count >= ERRORS_THAT_END;
 }
 
 }  // namespace kestrane

@@ -204,6 +204,55 @@ inline Fluid three_phase() {
     return fluid;
 }
 
+/// Oil of a reservoir with a gas cap, at 175 m and 284 bar, 93 C (K.S. Pedersen and others,
+/// SPE-175085-MS, 2015; as transcribed in res1.m of github smithh2710/thesis-). The published
+/// parameters go with the 1976 form of the equation; its contact was measured at 140 m.
+inline Fluid gas_cap_oil() {
+    Fluid fluid;
+    fluid.name = "gas-cap oil";
+    fluid.equation = textbook::Equation::PengRobinson1976;
+    // Tc in C, Pc in bar, volume shift in cm3/mol: V = V_EOS - shift.
+    const auto cut = [](std::string name, double mw, double Tc, double Pc, double omega,
+                        double shift) {
+        const double b = 0.0777960739038884598 * 83.14472 * (Tc + 273.15) / Pc;  // cm3/mol
+        return Component{std::move(name), mw, Tc + 273.15, Pc * 1e5, omega, shift / b};
+    };
+    fluid.components = {
+        cut("N2", 28.0, -147.0, 33.94, 0.04, -4.23),
+        cut("CO2", 44.0, 31.1, 73.76, 0.225, -1.91),
+        cut("C1", 16.0, -82.5, 46.0, 0.008, -5.2),
+        cut("C2", 30.1, 32.2, 48.84, 0.098, -5.79),
+        cut("C3", 44.1, 96.6, 42.46, 0.152, -6.35),
+        cut("iC4", 58.1, 134.9, 36.48, 0.176, -7.18),
+        cut("nC4", 58.1, 152.1, 38.0, 0.193, -6.49),
+        cut("iC5", 72.2, 187.2, 33.84, 0.227, -6.2),
+        cut("nC5", 72.2, 196.4, 33.74, 0.251, -5.12),
+        cut("C6", 86.2, 234.2, 29.69, 0.296, 1.42),
+        cut("C7", 96.0, 269.9, 29.6, 0.338, 8.45),
+        cut("C8", 107.0, 290.9, 27.86, 0.374, 9.2),
+        cut("C9", 121.0, 315.3, 25.83, 0.42, 10.32),
+        cut("C10-C11", 140.1, 345.9, 23.76, 0.483, 11.12),
+        cut("C12-C13", 167.6, 385.0, 21.58, 0.57, 10.48),
+        cut("C14-C16", 204.7, 432.7, 19.59, 0.685, 6.57),
+        cut("C17-C18", 243.6, 476.8, 18.24, 0.795, -1.3),
+        cut("C19-C21", 275.3, 511.1, 17.54, 0.881, -9.89),
+        cut("C22-C24", 317.0, 553.3, 16.84, 0.984, -23.43),
+        cut("C25-C29", 370.4, 604.9, 16.23, 1.098, -43.3),
+        cut("C30-C37", 456.8, 683.3, 15.62, 1.229, -79.96),
+        cut("C38-C80", 640.9, 847.8, 14.72, 1.159, -151.44),
+    };
+    const double n2[] = {0, -0.017, 0.0311, 0.0515, 0.0852, 0.1033, 0.08, 0.0922, 0.1};
+    fluid.kij = pairs(22, {});
+    for (std::size_t i = 1; i < 22; ++i) {
+        fluid.kij[0][i] = fluid.kij[i][0] = i < 9 ? n2[i] : 0.08;
+        if (i > 1) fluid.kij[1][i] = fluid.kij[i][1] = i < 10 ? 0.12 : 0.08;
+    }
+    fluid.z = {0.42, 0.69, 50.04, 7.85, 6.77, 1.04, 3.2,  1.16, 1.55, 1.88, 3.5,
+               3.75, 2.28, 3.26,  2.59, 2.93, 1.46, 1.65, 1.17, 1.24, 0.96, 0.63};
+    normalize(fluid.z);
+    return fluid;
+}
+
 /// Normal paraffins C1, C2, ... with smooth constants (critical constants after the carbon number),
 /// as many as wanted; amounts fall off with the carbon number.
 inline Fluid paraffins(std::size_t n) {
@@ -226,6 +275,7 @@ inline Fluid paraffins(std::size_t n) {
 /// Equation of state for a characterization of the fluid.
 inline PtrTo<const EOS> equation_of(const Fluid& fluid) {
     if (fluid.equation == textbook::Equation::SoaveRedlichKwong) return make_dyn<SRK_EOS>();
+    if (fluid.equation == textbook::Equation::PengRobinson1976) return make_dyn<PR77_EOS>();
     return make_dyn<PR79_EOS>();
 }
 

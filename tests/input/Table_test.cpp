@@ -156,6 +156,19 @@ TEST(HeadDictionary, KeywordsOfDifferentHeadsMustNotCollide) {
     EXPECT_EQ(dictionary.find("mwxyz"), &mw);
 }
 
+TEST(HeadDictionary, AnOfferIsTakenWholeOrNotAtAll) {
+    HeadDictionary dictionary;
+    const TableHead<double> mw{&Sample::mw, {"MW"}, {"MW&"}};
+    const TableHead<double> tc{&Sample::tc, {"Tc"}, {"TC", "MWX"}};
+    const TableHead<double> pc{&Sample::pc, {"Pc"}, {"PC"}};
+    EXPECT_TRUE(dictionary.offer(mw));
+    EXPECT_FALSE(dictionary.offer(tc));
+    EXPECT_TRUE(dictionary.offer(pc));
+    EXPECT_EQ(dictionary.find("TC"), nullptr);
+    EXPECT_EQ(dictionary.find("MWX"), &mw);
+    EXPECT_EQ(dictionary.heads(), (std::vector<const AnyColHead*>{&mw, &pc}));
+}
+
 // ---------------------------------------------------------------- printing
 
 TEST(Table, PrintsHeadingsARuleAndAlignedCells) {

@@ -36,6 +36,17 @@ public:
         return report_.str();
     }
 
+    /// Executes the last command of the script once more, on the laboratory as it stands.
+    void repeat_last() {
+        try {
+            lab.commands.back()->Execute(reader_);
+        } catch (...) {
+            report_file_.flush();
+            throw;
+        }
+        report_file_.flush();
+    }
+
     std::string report() const { return report_.str(); }
     bool reports(const std::string& text) const { return report().find(text) != std::string::npos; }
     /// How many times the text stands in the report.

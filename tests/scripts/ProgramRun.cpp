@@ -73,6 +73,13 @@ ProgramRun run_program(const fs::path& directory, std::vector<std::string> argum
     run.output = file_text(scratch.path / "out");
     run.console = file_text(scratch.path / "err");
     run.report = file_text(report);
+    // The report names files that are written beside it.
+    const std::string beside = scratch.path.string() + "/";
+    for (std::size_t at = run.report.find(beside); at != std::string::npos;
+         at = run.report.find(beside))
+        run.report.erase(at, beside.size());
+    for (const auto& entry : fs::directory_iterator(scratch.path))
+        if (entry.path().extension() == ".bot") run.table = file_text(entry.path());
     return run;
 }
 

@@ -11,7 +11,9 @@ struct ProgramRun {
     int exit_status = -1;  ///< -1 if it was ended by a signal
     std::string output;    ///< standard output
     std::string console;   ///< standard error
-    std::string report;    ///< the report file, if one was named and exists
+    std::string report;    ///< the report file, if one was named and exists; names of files
+                           ///< beside it without the directory
+    std::string table;     ///< the file of black oil tables beside the report, if there is one
 };
 
 /// Runs the program in `directory` with the given arguments and standard input. The name "REPORT"

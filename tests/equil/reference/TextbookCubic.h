@@ -25,7 +25,7 @@ struct Component {
     double shift = 0.0;  ///< volume translation over covolume; no part in phase equilibrium
 };
 
-enum class Equation { PengRobinson1978, SoaveRedlichKwong };
+enum class Equation { PengRobinson1976, PengRobinson1978, SoaveRedlichKwong };
 
 /// A fluid: components, interaction parameters, feed.
 struct Fluid {
@@ -80,7 +80,8 @@ template <class Real>
 class Mixture {
 public:
     Mixture(const Fluid& fluid, Real T)
-        : peng_robinson_(fluid.equation == Equation::PengRobinson1978),
+        : peng_robinson_(fluid.equation != Equation::SoaveRedlichKwong),
+          heavy_form_(fluid.equation == Equation::PengRobinson1978),
           n_(fluid.n()),
           a_(n_ * n_),
           b_(n_) {
@@ -138,7 +139,7 @@ private:
     Real slope(double acentric) const {
         const long double w = acentric;
         long double m = 0.37464L + 1.54226L * w - 0.26992L * w * w;
-        if (acentric > 0.49)
+        if (heavy_form_ && acentric > 0.49)
             m = 0.379642L + 1.48503L * w - 0.164423L * w * w + 0.016666L * w * w * w;
         if (!peng_robinson_) m = 0.48L + 1.574L * w - 0.176L * w * w;
         return static_cast<Real>(m);
@@ -173,6 +174,7 @@ private:
     }
 
     bool peng_robinson_;
+    bool heavy_form_;  ///< of the slope for large acentric factors
     std::size_t n_;
     std::vector<Real> a_;  ///< n*n, a_ij/(RT)^2, 1/Pa
     std::vector<Real> b_;  ///< b_i/(RT), 1/Pa

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "expt/PVTzEXPA.h"
+
+namespace kestrane {
+
+/// What the stages of one run share.
+struct PVTzEXPA::StageRun {
+    StageRun(const PVTzEXPA& experiment, EOSLab& laboratory, Writer& report);
+
+    EOSLab& lab;
+    PVTCell& cell;
+    Writer& writer;
+    ExpTable table;       ///< the input, with the calculated rows behind it
+    ExptData blank;       ///< sized for the characterization
+    ExptData positions;   ///< column index of each field, below 0 for those without a column
+    ExptData input, row;  ///< the stage as read, and as calculated
+    std::vector<double> weights;  ///< one for each row
+    Tank mixed{"mixed"};          ///< feed and injection
+    double moles = 0.0;           ///< in the cell, kmol
+    double injected = 0.0;        ///< cumulative, kmol
+    double removed_moles = 0.0;   ///< cumulative, kmol
+    double removed_mass = 0.0;    ///< cumulative, kg
+    BasisState state = BasisState::PseudoVapor;
+    double saturation = UNSET;  ///< calculated at the basis, Pa
+    bool compared = false;      ///< the saturation pressure became a residual
+};
+
+/// True if the field has a column.
+inline bool has_column(double position) {
+    return position >= 0.0;
+}
+
+}  // namespace kestrane
