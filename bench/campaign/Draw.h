@@ -27,9 +27,7 @@ public:
     double uniform() { return static_cast<double>(next() >> 11) * 0x1p-53; }
     double uniform(double low, double high) { return low + (high - low) * uniform(); }
     /// Equally likely per decade.
-    double log_uniform(double low, double high) {
-        return low * std::pow(high / low, uniform());
-    }
+    double log_uniform(double low, double high) { return low * std::pow(high / low, uniform()); }
     bool chance(double probability) { return uniform() < probability; }
     std::size_t below(std::size_t n) { return static_cast<std::size_t>(next() % n); }
     double sign() { return chance(0.5) ? 1.0 : -1.0; }

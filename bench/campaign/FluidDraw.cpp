@@ -60,12 +60,18 @@ struct Recipe {
 
 Recipe recipe_of(FluidKind kind) {
     switch (kind) {
-        case FluidKind::Light: return {0.1, 0.05, 0.02, 1.0, 0.2, 0.03, 200.0};
-        case FluidKind::Sour: return {0.05, 0.3, 0.6, 0.8, 0.15, 0.3, 350.0};
-        case FluidKind::CarbonDioxide: return {0.05, 2.0, 0.05, 0.4, 0.1, 0.6, 500.0};
-        case FluidKind::NearCritical: return {0.02, 0.05, 0.02, 0.6, 0.12, 0.2, 350.0};
-        case FluidKind::Heavy: return {0.01, 0.05, 0.05, 0.4, 0.06, 1.0, 800.0};
-        default: return {0.3, 0.5, 0.3, 1.0, 0.3, 0.6, 500.0};
+        case FluidKind::Light:
+            return {0.1, 0.05, 0.02, 1.0, 0.2, 0.03, 200.0};
+        case FluidKind::Sour:
+            return {0.05, 0.3, 0.6, 0.8, 0.15, 0.3, 350.0};
+        case FluidKind::CarbonDioxide:
+            return {0.05, 2.0, 0.05, 0.4, 0.1, 0.6, 500.0};
+        case FluidKind::NearCritical:
+            return {0.02, 0.05, 0.02, 0.6, 0.12, 0.2, 350.0};
+        case FluidKind::Heavy:
+            return {0.01, 0.05, 0.05, 0.4, 0.06, 1.0, 800.0};
+        default:
+            return {0.3, 0.5, 0.3, 1.0, 0.3, 0.6, 500.0};
     }
 }
 
@@ -82,8 +88,8 @@ std::vector<Known> choose_components(std::size_t n, const Recipe& recipe, Draw& 
     for (const std::size_t index : pool) chosen.push_back(KNOWN[index]);
     const double heaviest = draw.uniform(130.0, recipe.heaviest);
     for (std::size_t i = 0; i < cuts; ++i) {
-        const double place = (static_cast<double>(i) + draw.uniform(0.3, 1.0)) /
-                             static_cast<double>(cuts);
+        const double place =
+            (static_cast<double>(i) + draw.uniform(0.3, 1.0)) / static_cast<double>(cuts);
         chosen.push_back({CUTS, cut_of(96.0 * std::pow(heaviest / 96.0, place), i + 1, draw)});
     }
     return chosen;
@@ -92,12 +98,18 @@ std::vector<Known> choose_components(std::size_t n, const Recipe& recipe, Draw& 
 double amount_of(const Known& known, const Recipe& recipe, Draw& draw) {
     const double share = draw.uniform(0.02, 1.0);
     switch (known.family) {
-        case NITROGEN: return recipe.nitrogen * share * share;
-        case CARBON_DIOXIDE: return recipe.carbon_dioxide * share;
-        case SULFIDE: return recipe.sulfide * share;
-        case METHANE: return recipe.methane * draw.uniform(0.5, 1.0);
-        case LIGHT_ENDS: return recipe.light_ends * share * 30.0 / known.component.mw;
-        default: return recipe.cuts * share * std::exp(-known.component.mw / recipe.heaviest);
+        case NITROGEN:
+            return recipe.nitrogen * share * share;
+        case CARBON_DIOXIDE:
+            return recipe.carbon_dioxide * share;
+        case SULFIDE:
+            return recipe.sulfide * share;
+        case METHANE:
+            return recipe.methane * draw.uniform(0.5, 1.0);
+        case LIGHT_ENDS:
+            return recipe.light_ends * share * 30.0 / known.component.mw;
+        default:
+            return recipe.cuts * share * std::exp(-known.component.mw / recipe.heaviest);
     }
 }
 
@@ -110,11 +122,16 @@ double ordinary_bip(const Known& one, const Known& other) {
         case NITROGEN:
             if (b.family == CARBON_DIOXIDE) return -0.02;
             return b.family == SULFIDE ? 0.13 : b.family == METHANE ? 0.025 : 0.01 + 0.033 * size;
-        case CARBON_DIOXIDE: return b.family == SULFIDE ? 0.12 : 0.115;
-        case SULFIDE: return b.family == METHANE ? 0.08 : 0.05;
-        case METHANE: return b.family == CUTS ? 0.028 * size - 0.02 : 0.0;
-        case LIGHT_ENDS: return b.family == CUTS ? 0.003 * size : 0.0;
-        default: return 0.0;
+        case CARBON_DIOXIDE:
+            return b.family == SULFIDE ? 0.12 : 0.115;
+        case SULFIDE:
+            return b.family == METHANE ? 0.08 : 0.05;
+        case METHANE:
+            return b.family == CUTS ? 0.028 * size - 0.02 : 0.0;
+        case LIGHT_ENDS:
+            return b.family == CUTS ? 0.003 * size : 0.0;
+        default:
+            return 0.0;
     }
 }
 

@@ -1,5 +1,6 @@
-// Saturation pressures of drawn fluids, judged by fugacities of the textbook's equation, by searches
-// below the tangent plane on both sides, and by scans of flashes under all stability tests.
+// Saturation pressures of drawn fluids, judged by fugacities of the textbook's equation, by
+// searches below the tangent plane on both sides, and by scans of flashes under all stability
+// tests.
 
 #include <cmath>
 #include <cstdio>
@@ -34,8 +35,7 @@ public:
         TestCell& test = subject_.plain;
         const std::optional<double> found = saturate(test, T_, sense_, start);
         const std::size_t mode = sense_ > 0 ? 0 : 1;
-        const std::size_t distance =
-            distance_class(found ? subject_.distance(T_, *found) : -1.0);
+        const std::size_t distance = distance_class(found ? subject_.distance(T_, *found) : -1.0);
         tally.count(mode, distance, test.cell.eos_evaluations, number, found.has_value());
         const bool unproved = says(test, "convergence failed") || says(test, "out of bounds");
         const bool above_limit = says(test, "upper search limit");

@@ -10,11 +10,10 @@ namespace kestrane::campaign {
 namespace {
 
 constexpr std::array<const char*, FAILURE_COUNT> NAMES{
-    "one phase, unstable", "a better split exists", "third phase untold", "unequal fugacities",
-    "no material balance", "Gibbs above the feed's", "wrong root",
-    "density out of bounds", "no two-phase side", "unstable outside",
-    "falsely not found", "falsely above limit", "convergence warning",
-    "wrong, but warned of"};
+    "one phase, unstable", "a better split exists",  "third phase untold", "unequal fugacities",
+    "no material balance", "Gibbs above the feed's", "wrong root",         "density out of bounds",
+    "no two-phase side",   "unstable outside",       "falsely not found",  "falsely above limit",
+    "convergence warning", "wrong, but warned of"};
 constexpr int NAME_WIDTH = 26, WIDTH = 13;
 
 double per_million(long count, long of) {
@@ -123,8 +122,9 @@ void Tally::print_failures(std::ostream& out) const {
 
 void Tally::print_evaluations(std::ostream& out) const {
     out << "\nEvaluations of ln phi\n"
-        << std::left << std::setw(NAME_WIDTH + 2) << "" << std::right << std::setw(WIDTH) << "median"
-        << std::setw(WIDTH) << "99.9 %" << std::setw(WIDTH) << "worst" << "   in case\n";
+        << std::left << std::setw(NAME_WIDTH + 2) << "" << std::right << std::setw(WIDTH)
+        << "median" << std::setw(WIDTH) << "99.9 %" << std::setw(WIDTH) << "worst"
+        << "   in case\n";
     for (std::size_t mode = 0; mode < modes_.size(); ++mode) {
         const Histogram& all = evaluations_[mode];
         out << "  " << std::left << std::setw(NAME_WIDTH) << modes_[mode] << std::right
@@ -134,10 +134,12 @@ void Tally::print_evaluations(std::ostream& out) const {
 }
 
 void Tally::print_cases(std::ostream& out, std::size_t most) const {
-    for (std::size_t i = 0; i < std::min(most, records_.size()); ++i)
-        out << "  case " << records_[i].at << ": " << NAMES[records_[i].failure] << " ("
-            << modes_[records_[i].mode] << ")\n";
-    if (records_.size() > most) out << "  and " << records_.size() - most << " more\n";
+    std::vector<Record> records = records_;
+    std::ranges::stable_sort(records, {}, &Record::failure);
+    for (std::size_t i = 0; i < std::min(most, records.size()); ++i)
+        out << "  case " << records[i].at << ": " << NAMES[records[i].failure] << " ("
+            << modes_[records[i].mode] << ")\n";
+    if (records.size() > most) out << "  and " << records.size() - most << " more\n";
 }
 
 }  // namespace kestrane::campaign

@@ -62,7 +62,7 @@ public:
     long silent() const;
     long of(Failure failure) const;
     void print(std::ostream& out) const;
-    /// The cases that failed, one a line: kind, mode, case.
+    /// The cases that failed, the worst kinds first, one a line.
     void print_cases(std::ostream& out, std::size_t most) const;
 
 private:
@@ -76,7 +76,7 @@ private:
 
     std::string what_;
     std::vector<std::string> modes_;
-    std::vector<long> answers_, two_phase_;           ///< by mode
+    std::vector<long> answers_, two_phase_;  ///< by mode
     std::array<long, DISTANCES.size()> by_distance_{};
     std::map<Failure, std::array<long, DISTANCES.size()>> failures_;
     std::map<Failure, std::vector<long>> by_mode_;

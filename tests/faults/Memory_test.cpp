@@ -52,7 +52,8 @@ public:
         const bool told = result.err.find(MEMORY_BLOCK) != std::string::npos ||
                           result.err.find(MEMORY) != std::string::npos;
         if (result.status == 0 && !told) {
-            EXPECT_EQ(without_time(report), whole_) << "an incomplete report passed for a whole one";
+            EXPECT_EQ(without_time(report), whole_)
+                << "an incomplete report passed for a whole one";
             ++unharmed;
             return;
         }

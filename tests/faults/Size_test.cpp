@@ -11,8 +11,7 @@
 namespace kestrane {
 namespace {
 
-const std::string FLUID =
-    "CHAR Light\nNAME  MW  TC(K)  PC(bar)  AF\nC1\nC3\nN-C10\nEND\nEND\n";
+const std::string FLUID = "CHAR Light\nNAME  MW  TC(K)  PC(bar)  AF\nC1\nC3\nN-C10\nEND\nEND\n";
 
 /// One run of a script, and what it took.
 struct SizeRun {
@@ -85,7 +84,8 @@ TEST(Size, MixturesCostInProportion) {
 TEST(Size, FlashesCostInProportion) {
     expect_growth(
         [](int n) {
-            return FLUID + "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\n" + times(n, "FLASH 100 F 500 psia\n");
+            return FLUID + "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\n" +
+                   times(n, "FLASH 100 F 500 psia\n");
         },
         50);
 }
@@ -119,12 +119,12 @@ struct Huge {
 TEST(Size, HugeWordsAndLinesEndInMessages) {
     const ChildRun child("wide");
     const Huge cases[] = {
-        {std::string(2000000, 'X'), 1},                  // one word that is no keyword
-        {times(2000, "X 1 "), 1},                        // as many errors as words
-        {"MIX FEED " + times(20000, "C1 0.5 "), 0},      // amounts that add up
-        {std::string(1000000, '('), 0},                  // nothing but blanks to the reader
-        {std::string(1000000, '"'), 0},                  // empty quotes
-        {"CHAR " + times(2000, "C1\n"), 1},              // components without a heading
+        {std::string(2000000, 'X'), 1},              // one word that is no keyword
+        {times(2000, "X 1 "), 1},                    // as many errors as words
+        {"MIX FEED " + times(20000, "C1 0.5 "), 0},  // amounts that add up
+        {std::string(1000000, '('), 0},              // nothing but blanks to the reader
+        {std::string(1000000, '"'), 0},              // empty quotes
+        {"CHAR " + times(2000, "C1\n"), 1},          // components without a heading
     };
     for (const Huge& huge : cases) {
         const SizeRun run = run_script(child, FLUID + huge.line + "\n");

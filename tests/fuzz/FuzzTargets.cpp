@@ -20,16 +20,30 @@ bool read_something(Script& script, unsigned choice) {
     int count = 0;
     std::array<double, 4> values{};
     switch (choice % 10) {
-        case 0: return script.reader.NextWord(text) >= 0;
-        case 1: return script.reader.NextKeyword(text) >= 0;
-        case 2: return script.reader.NextQuote(text) >= 0;
-        case 3: return script.reader.NextDouble(value, -1e6, 1e6) >= 0;
-        case 4: return script.reader.NextInt(count, -100, 100) >= 0;
-        case 5: return script.reader.NextDoubles(values) >= 0;
-        case 6: script.reader.SkipStatement(); return true;
-        case 7: script.reader.DiscardLine(); return true;
-        case 8: script.reader.ErrorHere({"A finding"}); return true;
-        default: script.reader.Unread(); return true;
+        case 0:
+            return script.reader.NextWord(text) >= 0;
+        case 1:
+            return script.reader.NextKeyword(text) >= 0;
+        case 2:
+            return script.reader.NextQuote(text) >= 0;
+        case 3:
+            return script.reader.NextDouble(value, -1e6, 1e6) >= 0;
+        case 4:
+            return script.reader.NextInt(count, -100, 100) >= 0;
+        case 5:
+            return script.reader.NextDoubles(values) >= 0;
+        case 6:
+            script.reader.SkipStatement();
+            return true;
+        case 7:
+            script.reader.DiscardLine();
+            return true;
+        case 8:
+            script.reader.ErrorHere({"A finding"});
+            return true;
+        default:
+            script.reader.Unread();
+            return true;
     }
 }
 

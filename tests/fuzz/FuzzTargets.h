@@ -6,7 +6,8 @@
 /// or an exception that nobody is to see.
 namespace kestrane::fuzz {
 
-/// Reads the text as words, numbers, quoted texts and whole lines; its first byte chooses the order.
+/// Reads the text as words, numbers, quoted texts and whole lines; its first byte chooses the
+/// order.
 void feed_reader(const std::string& bytes);
 /// Reads the text as a table with columns of every type, copies, merges and prints it.
 void feed_table(const std::string& bytes);

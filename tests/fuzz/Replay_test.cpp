@@ -28,8 +28,7 @@ std::vector<fs::path> files_below(const std::string& place, const std::string& e
     const fs::path root = fs::path(KESTRANE_SOURCE_DIR) / place;
     if (!fs::exists(root)) return files;
     for (const auto& entry : fs::recursive_directory_iterator(root))
-        if (entry.is_regular_file() &&
-            (extension.empty() || entry.path().extension() == extension))
+        if (entry.is_regular_file() && (extension.empty() || entry.path().extension() == extension))
             files.push_back(entry.path());
     std::sort(files.begin(), files.end());
     return files;
@@ -57,9 +56,12 @@ std::string damaged(std::string text, std::mt19937& random) {
     const auto below = [&random](std::size_t n) { return n > 0 ? random() % n : 0; };
     const std::size_t at = below(text.size()), length = below(40);
     switch (below(4)) {
-        case 0: return text.substr(0, at);
-        case 1: return text.erase(at, length);
-        case 2: return text.insert(at, text.substr(at, length));
+        case 0:
+            return text.substr(0, at);
+        case 1:
+            return text.erase(at, length);
+        case 2:
+            return text.insert(at, text.substr(at, length));
         default:
             for (int change = 0; change < 5 && !text.empty(); ++change)
                 text[below(text.size())] = static_cast<char>(below(256));

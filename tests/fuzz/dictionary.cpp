@@ -52,8 +52,9 @@ int main() {
     list.add_keys(dictionary_of<EOSLab>());
     for (const AnyColHead* head : testing::heads().all.heads())
         for (const std::string& word : head->keywords) list.add(word);
-    for (const char* word : {"psia", "bar", "kPa", "F", "C", "K", "R", "-", "--", "/", "*", "END",
-                             "C1", "CO2", "N-C10", "AF", "1e999", "-1e-320", "NaN", "\t", "3*"})
+    for (const char* word :
+         {"psia", "bar", "kPa", "F",     "C",  "K",     "R",       "-",   "--", "/", "*",
+          "END",  "C1",  "CO2", "N-C10", "AF", "1e999", "-1e-320", "NaN", "\t", "3*"})
         list.add(word);
     list.print();
 }
