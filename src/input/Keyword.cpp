@@ -7,6 +7,7 @@
 #include "frame/Errors.h"
 #include "frame/Writer.h"
 #include "input/CharSet.h"
+#include "input/Dictionaries.h"
 #include "input/Reader.h"
 
 namespace kestrane {
@@ -45,9 +46,21 @@ namespace {
     Writer(counts, &console, nullptr).Fatal({"Duplicate keyword \"" + alias + "\"."});
 }
 
+std::vector<const CmdDictionary*>& registered_dictionaries() {
+    static std::vector<const CmdDictionary*> dictionaries;
+    return dictionaries;
+}
+
 }  // namespace
 
+const std::vector<const CmdDictionary*>& all_dictionaries() {
+    return registered_dictionaries();
+}
+
 void Register(CmdDictionary& dictionary, const CmdKey& key) {
+    auto& known = registered_dictionaries();
+    if (std::find(known.begin(), known.end(), &dictionary) == known.end())
+        known.push_back(&dictionary);
     for (const std::string& alias : key.aliases) {
         if (!dictionary.add(alias, &key)) report_duplicate(alias);
     }
