@@ -144,7 +144,7 @@ double MiscExpt::condensingVaporizingTest(Writer* writer, int& mechanism) {
     const CellScope cell_scope(cell_);
     mechanism = FIRST_CONTACT;
     if (!scan(gas_, oil_)) return -1.0;
-    const PolicyScope policies(cell_, INIT_NEWTON);
+    const TrialPolicies policies(cell_, INIT_NEWTON);
     Row row(oil_.size(), static_cast<std::size_t>(cells_));
     row_start(row);
     if (writer) print_stage_head(*writer);

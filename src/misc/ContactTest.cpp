@@ -41,7 +41,7 @@ struct MiscExpt::Chain {
 };
 
 bool MiscExpt::scan(std::span<const double> b, std::span<const double> a) {
-    const PolicyScope policies(cell_, INIT_STABILITY);
+    const TrialPolicies policies(cell_, INIT_STABILITY);
     const int steps = std::max(cells_, SCAN_STEPS);
     for (int i = 1; i <= steps + 1 && usable(); ++i) {
         const int k = i <= steps ? i : 0;
@@ -206,7 +206,7 @@ double MiscExpt::contactTest(Writer* writer, int& mechanism) {
     chain.vapor_moves = mechanism == VAPORIZING;
     chain.fresh = chain.vapor_moves ? oil_ : gas_;
     if (!chain_start(chain)) return -1.0;
-    const PolicyScope policies(cell_, INIT_NEWTON);
+    const TrialPolicies policies(cell_, INIT_NEWTON);
     for (int contact = 1; contact <= cells_ && usable(); ++contact) {
         const double value = chain_contact(chain, contact);
         chain.values.push_back(value);

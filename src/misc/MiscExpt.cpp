@@ -35,29 +35,15 @@ const char* mechanism_name(int mechanism) {
     return text_of(mechanism).name;
 }
 
-CellScope::CellScope(PVTCell& cell)
-    : cell_(cell),
-      saved_(cell.save()),
-      init_policy_(cell.init_policy),
-      test1_(cell.test1),
-      test2_(cell.test2) {}
+CellScope::CellScope(PVTCell& cell) : policies_(cell), cell_(cell), saved_(cell.save()) {}
 
 CellScope::~CellScope() {
     cell_.restore(saved_);
-    cell_.init_policy = init_policy_;
-    cell_.test1 = test1_;
-    cell_.test2 = test2_;
 }
 
-PolicyScope::PolicyScope(PVTCell& cell, int init_policy)
-    : cell_(cell), init_policy_(cell.init_policy), test1_(cell.test1) {
+TrialPolicies::TrialPolicies(PVTCell& cell, int init_policy) : policies_(cell) {
     cell.init_policy = init_policy;
     cell.test1 = std::max<int>(cell.test1, TEST_TRIVIAL);
-}
-
-PolicyScope::~PolicyScope() {
-    cell_.init_policy = init_policy_;
-    cell_.test1 = test1_;
 }
 
 bool tieLineSide(std::span<const double> b, std::span<const double> a, std::span<const double> p,

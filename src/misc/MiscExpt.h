@@ -43,22 +43,18 @@ public:
     CellScope& operator=(const CellScope&) = delete;
 
 private:
+    const PolicyScope policies_;
     PVTCell& cell_;
     CellConditions saved_;
-    int init_policy_, test1_, test2_;
 };
 
 /// Sets the cell's start policy and the least test of one-phase results for a scope.
-class PolicyScope {
+class TrialPolicies {
 public:
-    PolicyScope(PVTCell& cell, int init_policy);
-    ~PolicyScope();
-    PolicyScope(const PolicyScope&) = delete;
-    PolicyScope& operator=(const PolicyScope&) = delete;
+    TrialPolicies(PVTCell& cell, int init_policy);
 
 private:
-    PVTCell& cell_;
-    int init_policy_, test1_;
+    const PolicyScope policies_;
 };
 
 /// Keeps the messages that stand before a search apart from those of its trials, which are reported
