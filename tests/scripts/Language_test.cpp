@@ -175,8 +175,8 @@ TEST(Language, ReferenceListsNothingElse) {
 
 // ---- examples
 
-std::vector<std::string> examples() {
-    std::istringstream text(file_text(DOCUMENTS / "language.md"));
+std::vector<std::string> examples_of(const char* document) {
+    std::istringstream text(file_text(DOCUMENTS / document));
     std::vector<std::string> scripts;
     bool within = false;
     for (std::string line; std::getline(text, line);) {
@@ -209,8 +209,10 @@ public:
 
 TEST(Language, ExamplesRunWithoutError) {
     const ExampleDirectory directory;
-    const auto scripts = examples();
+    auto scripts = examples_of("language.md");
     ASSERT_GT(scripts.size(), 10u);
+    for (const char* other : {"guide.md", "theory.md"})
+        for (std::string& script : examples_of(other)) scripts.push_back(std::move(script));
     for (const std::string& script : scripts) {
         const ProgramRun run = run_program(directory.path, {}, script);
         EXPECT_EQ(run.exit_status, 0) << script << run.output;
@@ -221,9 +223,21 @@ TEST(Language, ExamplesRunWithoutError) {
     }
 }
 
+TEST(Language, NumbersOfTheTheoryAreThoseOfTheReport) {
+    // Worked out apart from the program, and printed in the text beside the example.
+    const std::string theory = file_text(DOCUMENTS / "theory.md");
+    const auto scripts = examples_of("theory.md");
+    ASSERT_EQ(scripts.size(), 1u);
+    const ProgramRun run = run_program(fs::temp_directory_path(), {}, scripts.front());
+    for (const char* number : {"0.83376", "77.141", "0.013698"}) {
+        EXPECT_NE(run.output.find(number), std::string::npos) << number << run.output;
+        EXPECT_NE(theory.find(number), std::string::npos) << number;
+    }
+}
+
 TEST(Language, EveryKeywordOccursInAnExample) {
     std::set<std::string> words;
-    for (const std::string& script : examples()) add_words(script, words);
+    for (const std::string& script : examples_of("language.md")) add_words(script, words);
     for (const auto& [command, key] : all_keys()) {
         const bool found = std::any_of(words.begin(), words.end(), [&k = *key](const auto& word) {
             return k.matches(word);
