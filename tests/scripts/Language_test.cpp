@@ -56,18 +56,11 @@ std::string first_argument(const std::string& type) {
 }
 
 /// Classes that read words of their own, with the names that the reference gives them.
-const std::map<std::string, std::string> CLASS_CONTEXTS{{"Key_User", "anywhere"},
-                                                        {"EOS_User", "equation"},
-                                                        {"Charz_User", "fluids"},
-                                                        {"EOSLab", "laboratory"},
-                                                        {"Charzation", "block of CHAR&"},
-                                                        {"PVTzExpt", "experiment"},
-                                                        {"PVTzEXPA", "expansion"},
-                                                        {"PVTzGSEG", "segregation"},
-                                                        {"Sep", "block of SEP&"},
-                                                        {"Process", "block of PROC&"},
-                                                        {"Stage", "stage or product"},
-                                                        {"SepStage", "stage"}};
+const std::map<std::string, std::string> CLASS_CONTEXTS{
+    {"Key_User", "anywhere"},      {"EOS_User", "equation"},         {"Charz_User", "fluids"},
+    {"EOSLab", "laboratory"},      {"Charzation", "block of CHAR&"}, {"PVTzExpt", "experiment"},
+    {"PVTzEXPA", "expansion"},     {"PVTzGSEG", "segregation"},      {"Sep", "block of SEP&"},
+    {"Process", "block of PROC&"}, {"Stage", "stage or product"},    {"SepStage", "stage"}};
 
 /// Keys by what their commands are called: UserCmd for UserKey.
 using Keys = std::map<std::string, const CmdKey*>;
@@ -109,14 +102,12 @@ std::map<std::string, WordLists> words_of_program() {
 // ---- contexts of the reference
 
 constexpr const char* WORDS = "<!-- words: ";
-constexpr const char* WORDS_TAIL = " -->";
 constexpr const char* WORDS_END = "<!-- end of words -->";
 
-/// "A; B" as A and B.
-std::vector<std::string> listed_contexts(const std::string& line) {
-    const std::size_t start = std::string(WORDS).size();
-    std::istringstream text(
-        line.substr(start, line.size() - start - std::string(WORDS_TAIL).size()));
+/// "A; B" behind the colon of a comment as A and B.
+std::vector<std::string> listed(const std::string& comment) {
+    const std::size_t start = comment.find(": ") + 2;
+    std::istringstream text(comment.substr(start, comment.find(" -->") - start));
     std::vector<std::string> names;
     for (std::string name; std::getline(text >> std::ws, name, ';');) names.push_back(name);
     return names;
@@ -139,7 +130,7 @@ std::map<std::string, WordLists> words_of_reference() {
     std::map<std::string, WordLists> contexts;
     std::vector<std::string> current;
     for (std::string line; std::getline(text, line);) {
-        if (line.starts_with(WORDS)) current = listed_contexts(line);
+        if (line.starts_with(WORDS)) current = listed(line);
         if (line == WORDS_END) current.clear();
         if (!line.starts_with("| `")) continue;
         for (const std::string& context : current) contexts[context].insert(words_of_row(line));
@@ -235,13 +226,44 @@ TEST(Language, NumbersOfTheTheoryAreThoseOfTheReport) {
     }
 }
 
+/// A script of all the words in the tables between "<!-- options: PATTERN; PATTERN -->" and
+/// "<!-- end of options -->", each in the place of the "@" of a pattern.
+std::string script_of_options() {
+    std::istringstream text(file_text(DOCUMENTS / "language.md"));
+    std::string script = "CHAR\nNAME MW TC(K) PC(bar) AF\nC1\nEND\nEND\n";
+    std::vector<std::string> patterns;
+    for (std::string line; std::getline(text, line);) {
+        if (line.starts_with("<!-- options: ")) patterns = listed(line);
+        if (line == "<!-- end of options -->") patterns.clear();
+        if (!line.starts_with("| ")) continue;
+        std::string cell = line.substr(2, line.find(" |") - 2);
+        std::replace(cell.begin(), cell.end(), ',', ' ');
+        std::istringstream words(cell);
+        for (std::string word; words >> word;) {
+            if (word.find_first_of("abcdefghijklmnopqrstuvwxyz") != std::string::npos) break;
+            if (word.ends_with('&')) word.pop_back();
+            for (const std::string& pattern : patterns)
+                script += std::string(pattern).replace(pattern.find('@'), 1, word) + "\n";
+        }
+    }
+    return script;
+}
+
+TEST(Language, OptionsOfTheReferenceAreKnown) {
+    const std::string script = script_of_options();
+    EXPECT_NE(script.find("TEST2 SUSP\n"), std::string::npos) << script;
+    EXPECT_NE(script.find("INCR LBC P0 BY 1\n"), std::string::npos) << script;
+    const ProgramRun run = run_program(fs::temp_directory_path(), {}, script);
+    EXPECT_EQ(run.exit_status, 0) << script << run.output;
+    EXPECT_EQ(run.output.find("ERROR"), std::string::npos) << script << run.output;
+}
+
 TEST(Language, EveryKeywordOccursInAnExample) {
     std::set<std::string> words;
     for (const std::string& script : examples_of("language.md")) add_words(script, words);
     for (const auto& [command, key] : all_keys()) {
-        const bool found = std::any_of(words.begin(), words.end(), [&k = *key](const auto& word) {
-            return k.matches(word);
-        });
+        const bool found = std::any_of(words.begin(), words.end(),
+                                       [&k = *key](const auto& word) { return k.matches(word); });
         EXPECT_TRUE(found) << "no example of" << joined(key->aliases);
     }
 }

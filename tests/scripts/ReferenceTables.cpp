@@ -70,9 +70,9 @@ std::string library_table() {
 
 /// What a value of 1 in base units is, in the order of UnitKind.
 constexpr std::array<const char*, static_cast<std::size_t>(UnitKind::Count)> BASE_UNITS{
-    "parts of one", "s",      "m",       "m2",    "m3",     "kg",      "kmol",
-    "K",            "K",      "Pa",      "Pa",    "Pa/m",   "kg/m3",   "m3/kg",
-    "kmol/m3",      "m3/kmol", "Pa s",   "N/m",   "kmol/m3", "m3/kmol"};
+    "parts of one", "s",      "m",    "m2",    "m3",    "kg",      "kmol",    "K",    "K",
+    "Pa",           "Pa",     "Pa/m", "kg/m3", "m3/kg", "kmol/m3", "m3/kmol", "Pa s", "N/m",
+    "kmol/m3",      "m3/kmol"};
 
 constexpr int UNIT_DIGITS = 10;
 
