@@ -7,7 +7,7 @@
 #include "frame/Errors.h"
 #include "frame/Writer.h"
 #include "input/CharSet.h"
-#include "input/Dictionaries.h"
+#include "input/KeyCensus.h"
 #include "input/Reader.h"
 
 namespace kestrane {
@@ -46,24 +46,23 @@ namespace {
     Writer(counts, &console, nullptr).Fatal({"Duplicate keyword \"" + alias + "\"."});
 }
 
-std::vector<const CmdDictionary*>& registered_dictionaries() {
-    static std::vector<const CmdDictionary*> dictionaries;
-    return dictionaries;
+/// Built on first use, which is during static initialisation.
+std::vector<const CmdKey*>& census() {
+    static std::vector<const CmdKey*> keys;
+    return keys;
 }
 
 }  // namespace
 
-const std::vector<const CmdDictionary*>& all_dictionaries() {
-    return registered_dictionaries();
-}
-
 void Register(CmdDictionary& dictionary, const CmdKey& key) {
-    auto& known = registered_dictionaries();
-    if (std::find(known.begin(), known.end(), &dictionary) == known.end())
-        known.push_back(&dictionary);
+    census().push_back(&key);
     for (const std::string& alias : key.aliases) {
         if (!dictionary.add(alias, &key)) report_duplicate(alias);
     }
+}
+
+std::span<const CmdKey* const> registered_keys() {
+    return census();
 }
 
 const CmdKey* Key_User::FindKey(const std::string& word) const {

@@ -12,7 +12,7 @@
 #include <sstream>
 #include <typeinfo>
 
-#include "input/Dictionaries.h"
+#include "input/KeyCensus.h"
 #include "scripts/ProgramRun.h"
 #include "scripts/ReferenceTables.h"
 #include "scripts/ScriptWords.h"
@@ -67,12 +67,11 @@ using Keys = std::map<std::string, const CmdKey*>;
 
 Keys all_keys() {
     Keys keys;
-    for (const CmdDictionary* dictionary : all_dictionaries())
-        for (const auto& [alias, key] : dictionary->entries()) {
-            std::string command = type_of(*key);
-            command.replace(0, std::string("UserKey").size(), "UserCmd");
-            keys[command] = key;
-        }
+    for (const CmdKey* key : registered_keys()) {
+        std::string command = type_of(*key);
+        command.replace(0, std::string("UserKey").size(), "UserCmd");
+        keys[command] = key;
+    }
     return keys;
 }
 
@@ -93,9 +92,8 @@ using WordLists = std::set<std::vector<std::string>>;
 std::map<std::string, WordLists> words_of_program() {
     const Keys keys = all_keys();
     std::map<std::string, WordLists> contexts;
-    for (const CmdDictionary* dictionary : all_dictionaries())
-        for (const auto& [alias, key] : dictionary->entries())
-            contexts[context_name(first_argument(type_of(*key)), keys)].insert(key->aliases);
+    for (const CmdKey* key : registered_keys())
+        contexts[context_name(first_argument(type_of(*key)), keys)].insert(key->aliases);
     return contexts;
 }
 
