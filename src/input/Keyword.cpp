@@ -7,6 +7,7 @@
 #include "frame/Errors.h"
 #include "frame/Writer.h"
 #include "input/CharSet.h"
+#include "input/KeyCensus.h"
 #include "input/Reader.h"
 
 namespace kestrane {
@@ -45,12 +46,23 @@ namespace {
     Writer(counts, &console, nullptr).Fatal({"Duplicate keyword \"" + alias + "\"."});
 }
 
+/// Built on first use, which is during static initialisation.
+std::vector<const CmdKey*>& census() {
+    static std::vector<const CmdKey*> keys;
+    return keys;
+}
+
 }  // namespace
 
 void Register(CmdDictionary& dictionary, const CmdKey& key) {
+    census().push_back(&key);
     for (const std::string& alias : key.aliases) {
         if (!dictionary.add(alias, &key)) report_duplicate(alias);
     }
+}
+
+std::span<const CmdKey* const> registered_keys() {
+    return census();
 }
 
 const CmdKey* Key_User::FindKey(const std::string& word) const {
