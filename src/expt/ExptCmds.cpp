@@ -1,6 +1,7 @@
 // The experiments' keywords.
 
 #include "expt/Depletion.h"
+#include "expt/PVTzGSEG.h"
 #include "input/UserCmd.h"
 
 namespace kestrane {
@@ -36,6 +37,7 @@ const Expt_Key<PVTzCMDG> gas_moles_key{"CMD", "CMDG&"};
 const Expt_Key<PVTzCMDL> liquid_moles_key{"CMDL&", "CMDO&"};
 const Expt_Key<PVTzCWDG> gas_mass_key{"CWD", "CWDG&"};
 const Expt_Key<PVTzCWDL> liquid_mass_key{"CWDL&", "CWDO&"};
+const Expt_Key<PVTzGSEG> segregation_key{"SEG", "SEGR&", "GRA&", "GSEG&"};
 
 }  // namespace
 

@@ -21,20 +21,6 @@ std::string pressure_name(BasisState state) {
     return std::string(BASIS_NAMES[static_cast<std::size_t>(state)]) + " Pressure";
 }
 
-/// Puts a value back at the end of a scope, however that is left.
-template <class T>
-class Restored {
-public:
-    explicit Restored(T& variable) : variable_(variable), value_(variable) {}
-    ~Restored() { variable_ = value_; }
-    Restored(const Restored&) = delete;
-    Restored& operator=(const Restored&) = delete;
-
-private:
-    T& variable_;
-    T value_;
-};
-
 std::size_t component_count(EOSLab& lab) {
     const Charzation* charz = lab.current(nullptr);
     return charz ? charz->size() : 0;
@@ -54,16 +40,22 @@ double reciprocal_or_zero(double value) {
     return value > 0.0 ? 1.0 / value : 0.0;
 }
 
-UnitKind basis_unit_kind(BasisKind kind) {
-    if (kind == BasisKind::Mass) return UnitKind::Mass;
-    return kind == BasisKind::Volume ? UnitKind::Volume : UnitKind::Mole;
-}
-
 const Units* column_unit(const Table& table, double position) {
     return has_column(position) ? table.ColumnAt(static_cast<int>(position)).unit : nullptr;
 }
 
 }  // namespace
+
+UnitKind basis_unit_kind(BasisKind kind) {
+    if (kind == BasisKind::Mass) return UnitKind::Mass;
+    return kind == BasisKind::Volume ? UnitKind::Volume : UnitKind::Mole;
+}
+
+double cell_z_factor(const PVTCell& cell) {
+    if (cell.phase_count < 2) return cell.feed_state.z_factor;
+    return std::clamp(cell.x_state.fraction, 0.0, 1.0) * cell.x_state.z_factor +
+           std::clamp(cell.y_state.fraction, 0.0, 1.0) * cell.y_state.z_factor;
+}
 
 PVTzEXPA::StageRun::StageRun(const PVTzEXPA& experiment, EOSLab& laboratory, Writer& report)
     : lab(laboratory),
@@ -223,14 +215,10 @@ void PVTzEXPA::compare_saturation(EOSLab& lab, Writer& writer, BasisState state,
 }
 
 void PVTzEXPA::setBasis(PVTCell& cell) {
-    const double L = std::clamp(cell.x_state.fraction, 0.0, 1.0);
-    const double V = std::clamp(cell.y_state.fraction, 0.0, 1.0);
-    const bool two = cell.phase_count >= 2;
-    const double Z =
-        two ? L * cell.x_state.z_factor + V * cell.y_state.z_factor : cell.feed_state.z_factor;
     basis_moles = 1.0;
     basis_mass = cell.feed->total_mass() / cell.feed->total_moles();
-    basis_volume = Z * GAS_CONSTANT * cell.temperature.value / cell.pressure.value;
+    basis_volume =
+        cell_z_factor(cell) * GAS_CONSTANT * cell.temperature.value / cell.pressure.value;
     double b = basis_amount.value;
     if (basis_kind == BasisKind::Mass) b *= reciprocal_or_zero(basis_mass);
     if (basis_kind == BasisKind::Volume) b *= reciprocal_or_zero(basis_volume);

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "expt/PVTzEXPA.h"
+#include "expt/PVTzEXPA_run.h"
 #include "input/FileReader.h"
 #include "input/UserCmd.h"
 #include "lab/NumberText.h"
@@ -81,6 +82,11 @@ void read_pressure(Reader& reader, ValueWithUnit& pressure) {
 
 }  // namespace
 
+const Keyword& weight_words() {
+    static const Keyword words{"WT", "WGT", "WGH&", "WEIG&"};
+    return words;
+}
+
 PVTzEXPA::PVTzEXPA() : basis_amount{0.001, &unit_of(UnitKind::Mole, "mol")} {}
 
 const CmdKey* PVTzEXPA::FindKey(const std::string& word) const {
@@ -112,14 +118,13 @@ void PVTzEXPA::readBasis(Reader& reader) {
 }
 
 void PVTzEXPA::readSaturation(Reader& reader, BasisState kind) {
-    static const Keyword weight_words{"WT", "WGT", "WGH&", "WEIG&"};
     static const Keyword guess_word{"GUESS"};
     saturation_kind = kind;
     read_pressure(reader, measured_saturation);
     const LineLimitScope any_lines(reader, -1);
     std::string word;
     while (reader.NextKeyword(word) > 0) {
-        if (weight_words.matches(word)) {
+        if (weight_words().matches(word)) {
             const LineLimitScope one_line(reader, 0);
             reader.NextDouble(saturation_weight);
         } else if (guess_word.matches(word)) {

@@ -26,6 +26,26 @@ struct PVTzEXPA::StageRun {
     bool compared = false;      ///< the saturation pressure became a residual
 };
 
+/// Puts a value back at the end of a scope, however that is left.
+template <class T>
+class Restored {
+public:
+    explicit Restored(T& variable) : variable_(variable), value_(variable) {}
+    ~Restored() { variable_ = value_; }
+    Restored(const Restored&) = delete;
+    Restored& operator=(const Restored&) = delete;
+
+private:
+    T& variable_;
+    T value_;
+};
+
+UnitKind basis_unit_kind(BasisKind kind);
+/// Z-factor of the cell as a whole.
+double cell_z_factor(const PVTCell& cell);
+/// The words before the weight of a measured value.
+const Keyword& weight_words();
+
 /// True if the field has a column.
 inline bool has_column(double position) {
     return position >= 0.0;

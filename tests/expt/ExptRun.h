@@ -27,7 +27,8 @@ public:
 template <class Experiment>
 class ExptRun {
 public:
-    ExptRun(const std::string& fluid, const std::string& block)
+    /// `prepare` acts on the laboratory before the block is read.
+    ExptRun(const std::string& fluid, const std::string& block, void (*prepare)(EOSLab&) = nullptr)
         : setting(fluid),
           input_(block),
           file_(input_),
@@ -36,6 +37,7 @@ public:
           reader_(writer_, file_) {
         counts.errorLimit = counts.warningLimit = 100;
         EXPECT_FALSE(setting.stopped) << setting.report();
+        if (prepare) prepare(setting.lab);
         experiment.parse(reader_, setting.lab, reader_);
         run();
     }
