@@ -112,7 +112,9 @@ void PVTzGSEG::run(Reader&, EOSLab& lab, Writer& writer) {
     print_heading(section, writer);
     ColumnRun s(*this, lab, writer);
     s.damping = damping.factor(lab);
-    s.searching = writer.active() || (contact_wanted && measured_contact.value != UNSET);
+    // Without calculations of two phases there are no contacts.
+    s.searching = s.cell.init_policy != INIT_NEVER &&
+                  (writer.active() || (contact_wanted && measured_contact.value != UNSET));
     {
         const PolicyScope policies(s.cell);
         s.cell.init_policy = std::min<int>(s.cell.init_policy, INIT_STABILITY);

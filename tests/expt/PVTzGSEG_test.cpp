@@ -473,6 +473,15 @@ TEST(PVTzGSEG, CellAndPoliciesAreAsBefore) {
     }
 }
 
+// Which root a fluid without a second phase has may depend on the way to it.
+TEST(PVTzGSEG, NoBoundariesWithoutTwoPhaseCalculations) {
+    const Column run(
+        LIGHT_FLUID + "QMIX FEED C1 0.5 N-C10 0.5\nTEMP 350 K\nPRES 100 bar\n" + "INIT2 NEVER\n",
+        "GOC\n" + aligned({"DEPTH m|PRES BAR|ZONE", "3", "-300"}));
+    EXPECT_EQ(run.rows().size(), 2u) << run.report();
+    EXPECT_EQ(run.report().find("Contact Depth"), std::string::npos);
+}
+
 // Undersaturated by 59 bar, the oil turns into gas through a critical point, within one phase.
 TEST(PVTzGSEG, CriticalTransitionIsNoContact) {
     const std::string fluid = oil() + "PRES 330 bar\n";

@@ -103,5 +103,20 @@ TEST(Published, MonographCondensateDewPoint) {
     expect_within(saturation_errors(text), {100.0 * 0.5 / 3535.0});
 }
 
+// K.S. Pedersen and others, SPE-175085-MS, 2015: samples over 327 m, and a contact measured at 140
+// m, predicted from one of them at one temperature. The first sample's own values differ by the
+// rounding of its analysis.
+TEST(Published, GasCapOverOil) {
+    LabRun run(file_text("examples/gravity-column-experiment.dat"));
+    const std::string text = experiments(run);
+    expect_within(labelled(text, "RMS % Err:"),
+                  {0.5, 3.5, 9.0, 1.0, 5.0, 5.0, 4.0, 5.5, 1.5, 6.5, 20.0, 46.0});
+    expect_within(saturation_errors(text), {0.5, 33.0});
+    const std::string contact = "Calc. Gas-Oil Contact Depth = ";
+    const std::size_t at = text.find(contact);
+    ASSERT_NE(at, std::string::npos);
+    EXPECT_NEAR(std::stod(text.substr(at + contact.size())), 95.0, 1.0);
+}
+
 }  // namespace
 }  // namespace kestrane
