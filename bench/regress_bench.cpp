@@ -11,6 +11,7 @@ namespace {
 void evaluate(benchmark::State& state, const std::string& script, EvaluationMode mode) {
     ScriptRun run(script);
     run.lab.runScript(run.reader);
+    if (run.counts.errors + run.counts.warnings > 0) state.SkipWithError("the script is not sound");
     for (auto _ : state) {
         run.lab.evaluate(run.reader, run.lab.errors(), mode);
         state.PauseTiming();
