@@ -67,6 +67,39 @@ TEST(ExptEndings, AStageThatFailsLeavesTheEarlierOnes) {
               whole.setting.lab.sum_of_squared_weights());
 }
 
+// Nothing stands behind the line of the basis.
+TEST(ExptEndings, AnEmptyTableIsNoFault) {
+    for (const char* head : {"PRES BAR\n", ""}) {
+        const LabRun run(OIL + "PRES 100 BAR\nCCE\n" + head + "END\n");
+        EXPECT_FALSE(run.stopped);
+        EXPECT_EQ(run.counts.errors + run.counts.warnings, 0) << run.report();
+        EXPECT_TRUE(run.lab.residuals().empty());
+        std::string report = run.report();
+        report.erase(report.find_last_not_of(" \n") + 1);
+        EXPECT_TRUE(report.ends_with("Basis: 1 mol at 350 K and 100 bar")) << report;
+    }
+}
+
+TEST(ExptEndings, ATableWithNothingMeasuredHasNoResiduals) {
+    const LabRun run(OIL + "PRES 100 BAR\nCCE\n" + aligned({"PRES BAR|RV|GZ", "50", "30"}));
+    EXPECT_TRUE(run.lab.residuals().empty());
+    EXPECT_TRUE(run.reports("Calc")) << run.report();
+    EXPECT_FALSE(run.reports("RMS")) << run.report();
+}
+
+// Less than the basis volume is in the cell above the saturation pressure: it all stays.
+TEST(ExptEndings, ADepletionAboveSaturationTakesNothingOut) {
+    ExptRun<PVTzCVDG> run(CONDENSATE, aligned({"PRES BAR", "600", "500", "50"}));
+    ASSERT_EQ(run.rows().size(), 3u) << run.problems();
+    for (std::size_t i = 0; i < 2; ++i) {
+        EXPECT_LT(run.rows()[i].volume_1, run.experiment.basis_volume);
+        EXPECT_EQ(run.rows()[i].removed_moles, 0.0);
+        EXPECT_EQ(run.rows()[i].moles_2, run.rows()[i].moles_1);
+    }
+    EXPECT_GT(run.rows()[2].removed_moles, 0.0);
+    EXPECT_NEAR(run.rows()[2].volume_2 / run.experiment.basis_volume, 1.0, 1e-10);
+}
+
 /// Two experiments of a script, one behind the other.
 const std::string STUDY = OIL + "PRES 100 BAR\nCCE\n" + MEASURED +
                           "QMIX FEED C1 0.5 C3 0.2 N-C10 0.3\nPRES 0 BAR\nCVD\n" + MEASURED;
