@@ -192,7 +192,8 @@ void Process::measure_incoming() {
     double volume = 0.0;
     const auto add = [&volume](const Tank& stream, double density) {
         if (stream.total_moles() == 0.0) return;
-        volume = density == UNSET || volume == UNSET ? UNSET : volume + stream.total_mass() / density;
+        volume = density == UNSET || volume == UNSET ? UNSET
+                                                     : volume + stream.total_mass() / density;
     };
     add(incoming.liquid, incoming.liquid_density);
     add(incoming.vapor, incoming.vapor_density);

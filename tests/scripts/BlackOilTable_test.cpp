@@ -84,8 +84,8 @@ TEST(BlackOilTable, OfADepletion) {
     }
 }
 
-// A regression evaluates its tables many times, and writes them once: with the value found, at which
-// the bubble point is the measured one.
+// A regression evaluates its tables many times, and writes them once: with the value found, at
+// which the bubble point is the measured one.
 TEST(BlackOilTable, AfterARegression) {
     const ProgramRun run =
         run_program(std::string(KESTRANE_SOURCE_DIR) + "/tests/scripts/surface",

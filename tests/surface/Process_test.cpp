@@ -201,7 +201,8 @@ TEST(Process, AFailedStageIsReportedUnderItsName) {
 /// Two stages, the second with a share of the incoming stream in a separator without conditions,
 /// which fails with any flow.
 std::string failing_with(const std::string& share, const std::string& separator = "BAD") {
-    return LIGHT_FLUID + "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\nSEP HP 80 F 300 psia\nEND\nSEP BAD\nEND\n"
+    return LIGHT_FLUID + "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\n"
+           "SEP HP 80 F 300 psia\nEND\nSEP BAD\nEND\n"
            "PROC P\nSTAGE A\nSEP HP\nSTAGE B\nFEED IN ALL " + share + "\nSEP " + separator +
            "\nEND\nEND\n";
 }
@@ -333,9 +334,9 @@ TEST(Process, PublishedSeparatorTests) {
     }
 }
 
-// The volatile oil published with the PVTfree project (S. Furnival, 2019), three stages, untuned. The
-// source's tank oil (853.9 kg/m3) is denser than its own C7+ (0.8441): no mixing of this composition
-// reaches it, and what is measured per volume of that oil is out by as much.
+// The volatile oil published with the PVTfree project (S. Furnival, 2019), three stages, untuned.
+// The source's tank oil (853.9 kg/m3) is denser than its own C7+ (0.8441): no mixing of this
+// composition reaches it, and what is measured per volume of that oil is out by as much.
 TEST(Process, PublishedSeparatorTestOfAVolatileOil) {
     LabRun run(example_fluid("black-oil-depletion.dat", "\nSEP First") +
                "SEP A 89 C 12 bar\nEND\nSEP B 93 C 2.5 bar\nEND\nSEP C 15 C 1.01 bar\nEND\n"
