@@ -33,6 +33,7 @@ enum Trial : int {
     TRIAL_LIQUID = 2,   ///< from Wilson's K, heavier than the heaviest phase
     TRIAL_BETWEEN = 4,  ///< part of the way along a tie-line
     TRIAL_PURE = 8,     ///< made of one component for the most
+    TRIAL_ROOT = 16,    ///< like the feed, on the other root of its cubic
 };
 
 /// A stationary point of the tangent plane distance of the feed.
@@ -52,7 +53,7 @@ struct StationaryList {
     void clear();
 
     static constexpr std::size_t CAPACITY = 4;
-    static constexpr int ALL_TRIALS = TRIAL_VAPOR | TRIAL_LIQUID | TRIAL_PURE;
+    static constexpr int ALL_TRIALS = TRIAL_VAPOR | TRIAL_LIQUID | TRIAL_PURE | TRIAL_ROOT;
     int flags = ALL_TRIALS;  ///< trials still due
     std::size_t count = 0;
     std::size_t nonnegative = 0;  ///< entries with g >= 0
@@ -222,6 +223,7 @@ private:
     bool test_end(TestState& s, double& g);
     void stationary_pass(StationaryList& list, bool vapor_like);
     void too_many_points(const StationaryList& list);
+    void other_root_pass(StationaryList& list);
     void pure_component_pass(StationaryList& list);
     bool is_unlike(std::size_t i, const PhaseState& phase) const;
     bool pure_component_test(const PhaseState& x, const PhaseState& y, std::span<const double> ln_k,
@@ -235,6 +237,7 @@ private:
     void flash_search(FlashState& s);
     bool flash_goes_on(FlashState& s);
     int far_side_trials() const;
+    bool further_phase_is_due();
     void check_third_phase(double G);
     bool third_phase_splits(SavedSplit& saved, std::span<double> w, double& G);
     void save_split(SavedSplit& saved) const;

@@ -105,6 +105,7 @@ void EOSolver::flash_driver() {
         restore_split(s.saved);
         s.trivial = false;
     }
+    if (!s.negative && further_phase_is_due()) raise_tests();
     if (!s.negative && test2_now > TEST_TRIVIAL) check_third_phase(s.G);
     publish(!s.trivial);
     cell_.x_state.fraction = x_.fraction;
@@ -151,6 +152,26 @@ int EOSolver::far_side_trials() const {
     const bool feed_is_heavier = (y_.fraction < 0.0) == eos_.is_lighter(*x_.c_parms, *y_.c_parms);
     if (feed_is_heavier) return TRIAL_LIQUID | TRIAL_PURE;
     return feed_.root > 0 ? TRIAL_PURE : TRIAL_VAPOR | TRIAL_PURE;
+}
+
+/// True if the two-phase result is unstable against a vapor, where both phases are liquids, or
+/// against a phase made for the most of one component unlike the others. The roots of the cubic
+/// raise no suspicion of these: such are the vapor over two liquids that K-values of another state
+/// led to, the liquid of CO2 between the vapor and the oil of a cold flood, and the oil beside that
+/// liquid. Costs an evaluation for each unlike component, and a stability test beside two liquids,
+/// beside a liquid made for the most of an unlike component, and where the fugacity of one is near
+/// that of its pure liquid.
+bool EOSolver::further_phase_is_due() {
+    if (cell_.test2 == TEST_NEVER || test2_now > TEST_TRIVIAL) return false;
+    const WorkStack::Frame frame(store_->work);
+    const std::span<double> w = store_->work.take(n_);
+    int flags = TRIAL_VAPOR;
+    const auto largest = std::max_element(x_.comps, x_.comps + n_);
+    if (*largest > 0.5 && is_unlike(static_cast<std::size_t>(largest - x_.comps), x_))
+        flags |= TRIAL_LIQUID;
+    if (third_phase_test(x_, y_, ln_k(), trial_, w, flags, false) != 0) return true;
+    double g = 0.0;
+    return pure_component_test(x_, y_, ln_k(), trial_, w, g, false, false);
 }
 
 /// Looks for a phase that would make the two-phase result unstable, and for a better pair.

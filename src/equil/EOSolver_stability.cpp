@@ -354,7 +354,8 @@ bool EOSolver::next_stationary_point(StationaryList& list, double& g) {
     too_many_points(list);
     std::size_t best = list.best();
     if (best == list.count) {
-        pure_component_pass(list);
+        other_root_pass(list);
+        if (list.best() == list.count) pure_component_pass(list);
         best = list.best();
         if (best == list.count) return false;
     }
@@ -380,6 +381,20 @@ void EOSolver::stationary_pass(StationaryList& list, bool vapor_like) {
     list.append(w, g);
     if (g < 0.0 || test2_now <= TEST_TRIVIAL) return;
     if (test_from_fraction(feed_, feed_, trial_, w, w2, g, false)) list.append(w2, g);
+}
+
+/// A trial like the feed on the other root of the cubic. Next to an azeotrope, CO2 with ethane say,
+/// liquid and vapor are all but alike, while trials along the volatilities run to either side.
+void EOSolver::other_root_pass(StationaryList& list) {
+    if (!(list.flags & TRIAL_ROOT) || list.count == StationaryList::CAPACITY) return;
+    list.flags &= ~TRIAL_ROOT;
+    if (std::abs(feed_.root) < 2) return;
+    const WorkStack::Frame frame(store_->work);
+    const std::span<double> w = store_->work.take(n_);
+    std::ranges::fill(w, 0.0);
+    trial_.root = feed_.root > 0 ? -1 : 1;
+    double g = 0.0;
+    if (test(feed_, feed_, {}, trial_, w, g, false)) list.append(w, g);
 }
 
 /// A trial rich in one component, where one is unlike the others. It comes last, for feeds that the

@@ -40,6 +40,15 @@ void complain_plainly(const Message& lines) {
     std::fflush(stderr);
 }
 
+/// Set when an allocation has failed. Text streams swallow the exception and go on with less text,
+/// so a run that has met it cannot vouch for its report.
+bool memory_ran_out = false;
+
+[[noreturn]] void note_exhaustion() {
+    memory_ran_out = true;
+    throw std::bad_alloc();
+}
+
 /// Reports the end of the run through whatever files there are. The caller returns 1 after it, so
 /// the FatalError of the report ends here.
 void report_fatal(Program::State& state, const Message& lines) {
@@ -153,6 +162,8 @@ Program::~Program() {
     s.reserveBlock.reset();
     try {
         ShutDown();
+    } catch (const std::bad_alloc&) {
+        complain_plainly(MEMORY_MESSAGE);
     } catch (...) {
         complain_plainly(UNEXPECTED_MESSAGE);
     }
@@ -196,11 +207,14 @@ void Program::Run(Reader& reader, Writer&) {
 int Program::Main(int argc, char* const* argv) {
     State& s = state();
     prepare_process();
+    std::set_new_handler(note_exhaustion);
+    memory_ran_out = false;
     ResumeClock();
     try {
         OpenFiles(argc, argv);
         ResumeClock();
         Run(*s.theReader, *s.theWriter);
+        if (memory_ran_out) throw std::bad_alloc();
         return 0;
     } catch (const FatalError&) {
         // Its message has been printed.

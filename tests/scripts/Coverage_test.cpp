@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <set>
-#include <sstream>
 
 #include "input/UserCmd.h"
 #include "lab/EOSLab.h"
 #include "scripts/ProgramRun.h"
+#include "scripts/ScriptWords.h"
 
 namespace kestrane {
 namespace {
@@ -21,14 +21,7 @@ std::set<std::string> words_of_all_scripts() {
         for (const auto& entry :
              fs::recursive_directory_iterator(fs::path(KESTRANE_SOURCE_DIR) / place)) {
             if (entry.path().extension() != ".in" && entry.path().extension() != ".dat") continue;
-            std::istringstream text(file_text(entry.path()));
-            for (std::string line; std::getline(text, line);) {
-                if (line.rfind("--", 0) == 0) continue;
-                for (char& c : line)
-                    if (c == '(' || c == ')' || c == '=' || c == ',') c = ' ';
-                std::istringstream parts(line);
-                for (std::string word; parts >> word;) words.insert(word);
-            }
+            add_words(file_text(entry.path()), words);
         }
     }
     return words;

@@ -1,0 +1,300 @@
+// The reference of the language lists what the program knows, no more and no less, and its examples
+// run. To make its tables anew after a change of the program's data: tools/make-reference-tables.
+
+#include <cxxabi.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+#include <typeinfo>
+
+#include "input/KeyCensus.h"
+#include "scripts/ProgramRun.h"
+#include "scripts/ReferenceTables.h"
+#include "scripts/ScriptWords.h"
+
+namespace kestrane {
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path DOCUMENTS = fs::path(KESTRANE_SOURCE_DIR) / "doc";
+
+// ---- contexts of the program
+
+void remove_all(std::string& text, const std::string& part) {
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part))
+        text.erase(at, part.size());
+}
+
+/// The key's type without namespaces and blanks: UserKey<UserCmd<Charz_User,LBC_Data>,...>.
+std::string type_of(const CmdKey& key) {
+    int status = 0;
+    char* demangled = abi::__cxa_demangle(typeid(key).name(), nullptr, nullptr, &status);
+    std::string text = demangled ? demangled : "";
+    std::free(demangled);
+    remove_all(text, "kestrane::");
+    remove_all(text, "(anonymous namespace)::");
+    remove_all(text, " ");
+    return text;
+}
+
+/// What stands between the outermost angle brackets, up to the first comma among them.
+std::string first_argument(const std::string& type) {
+    const std::size_t begin = type.find('<') + 1;
+    int depth = 0;
+    for (std::size_t i = begin; i < type.size(); ++i) {
+        if (type[i] == '<') ++depth;
+        if (type[i] == '>') --depth;
+        if (depth == 0 && type[i] == ',') return type.substr(begin, i - begin);
+    }
+    return {};
+}
+
+/// Classes that read words of their own, with the names that the reference gives them.
+const std::map<std::string, std::string> CLASS_CONTEXTS{
+    {"Key_User", "anywhere"},      {"EOS_User", "equation"},         {"Charz_User", "fluids"},
+    {"EOSLab", "laboratory"},      {"Charzation", "block of CHAR&"}, {"PVTzExpt", "experiment"},
+    {"PVTzEXPA", "expansion"},     {"PVTzGSEG", "segregation"},      {"Sep", "block of SEP&"},
+    {"Process", "block of PROC&"}, {"Stage", "stage or product"},    {"SepStage", "stage"}};
+
+/// Keys by what their commands are called: UserCmd for UserKey.
+using Keys = std::map<std::string, const CmdKey*>;
+
+Keys all_keys() {
+    Keys keys;
+    for (const CmdKey* key : registered_keys()) {
+        std::string command = type_of(*key);
+        command.replace(0, std::string("UserKey").size(), "UserCmd");
+        keys[command] = key;
+    }
+    return keys;
+}
+
+/// The name of a context: the words that lead to it from the top of a script.
+std::string context_name(const std::string& owner, const Keys& keys) {
+    const auto known = CLASS_CONTEXTS.find(owner);
+    if (known != CLASS_CONTEXTS.end()) return known->second;
+    const auto command = keys.find(owner);
+    if (command == keys.end()) return "class " + owner;
+    const std::string parent = first_argument(owner);
+    const std::string word = command->second->aliases.front();
+    static const std::set<std::string> TOP{"EOSLab", "Charz_User", "EOS_User"};
+    return TOP.contains(parent) ? word : context_name(parent, keys) + " " + word;
+}
+
+using WordLists = std::set<std::vector<std::string>>;
+
+std::map<std::string, WordLists> words_of_program() {
+    const Keys keys = all_keys();
+    std::map<std::string, WordLists> contexts;
+    for (const CmdKey* key : registered_keys())
+        contexts[context_name(first_argument(type_of(*key)), keys)].insert(key->aliases);
+    return contexts;
+}
+
+// ---- contexts of the reference
+
+constexpr const char* WORDS = "<!-- words: ";
+constexpr const char* WORDS_END = "<!-- end of words -->";
+
+/// "A; B" behind the colon of a comment as A and B.
+std::vector<std::string> listed(const std::string& comment) {
+    const std::size_t start = comment.find(": ") + 2;
+    std::istringstream text(comment.substr(start, comment.find(" -->") - start));
+    std::vector<std::string> names;
+    for (std::string name; std::getline(text >> std::ws, name, ';');) names.push_back(name);
+    return names;
+}
+
+/// Words in backquotes in the first cell of a table's row.
+std::vector<std::string> words_of_row(const std::string& line) {
+    const std::string cell = line.substr(0, line.find(" |", 1));
+    std::vector<std::string> words;
+    for (std::size_t at = cell.find('`'); at != std::string::npos; at = cell.find('`', at)) {
+        const std::size_t end = cell.find('`', at + 1);
+        words.push_back(cell.substr(at + 1, end - at - 1));
+        at = end + 1;
+    }
+    return words;
+}
+
+std::map<std::string, WordLists> words_of_reference() {
+    std::istringstream text(file_text(DOCUMENTS / "language.md"));
+    std::map<std::string, WordLists> contexts;
+    std::vector<std::string> current;
+    for (std::string line; std::getline(text, line);) {
+        if (line.starts_with(WORDS)) current = listed(line);
+        if (line == WORDS_END) current.clear();
+        if (!line.starts_with("| `")) continue;
+        for (const std::string& context : current) contexts[context].insert(words_of_row(line));
+    }
+    return contexts;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) text += " " + word;
+    return text;
+}
+
+TEST(Language, ReferenceListsEveryKeywordWithItsAliases) {
+    const auto program = words_of_program();
+    auto reference = words_of_reference();
+    ASSERT_GT(program.size(), 20u);
+    for (const auto& [context, lists] : program) {
+        ASSERT_FALSE(context.starts_with("class ")) << context << " needs a name";
+        for (const auto& words : lists)
+            EXPECT_TRUE(reference[context].contains(words))
+                << "doc/language.md lacks, in \"" << context << "\":" << joined(words);
+    }
+}
+
+TEST(Language, ReferenceListsNothingElse) {
+    auto program = words_of_program();
+    for (const auto& [context, lists] : words_of_reference())
+        for (const auto& words : lists)
+            EXPECT_TRUE(program[context].contains(words))
+                << "the program lacks, in \"" << context << "\":" << joined(words);
+}
+
+// ---- examples
+
+std::vector<std::string> examples_of(const char* document) {
+    std::istringstream text(file_text(DOCUMENTS / document));
+    std::vector<std::string> scripts;
+    bool within = false;
+    for (std::string line; std::getline(text, line);) {
+        const bool begins = line == "```kestrane run";
+        if (begins) scripts.emplace_back();
+        if (within && line == "```") within = false;
+        if (within) scripts.back() += line + "\n";
+        within = within || begins;
+    }
+    return scripts;
+}
+
+/// A directory with the files that examples name, removed afterwards.
+class ExampleDirectory {
+public:
+    ExampleDirectory() {
+        std::string pattern = (fs::temp_directory_path() / "examples-XXXXXX").string();
+        if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary directory");
+        path = pattern;
+        fs::copy(fs::path(KESTRANE_SOURCE_DIR) / "examples", path / "examples");
+    }
+    ~ExampleDirectory() {
+        std::error_code ignored;
+        fs::remove_all(path, ignored);
+    }
+    ExampleDirectory(const ExampleDirectory&) = delete;
+    ExampleDirectory& operator=(const ExampleDirectory&) = delete;
+    fs::path path;
+};
+
+TEST(Language, ExamplesRunWithoutError) {
+    const ExampleDirectory directory;
+    auto scripts = examples_of("language.md");
+    ASSERT_GT(scripts.size(), 10u);
+    for (const char* other : {"guide.md", "theory.md"})
+        for (std::string& script : examples_of(other)) scripts.push_back(std::move(script));
+    for (const std::string& script : scripts) {
+        const ProgramRun run = run_program(directory.path, {}, script);
+        EXPECT_EQ(run.exit_status, 0) << script << run.output;
+        EXPECT_NE(run.output.find("Execution terminating normally"), std::string::npos)
+            << script << run.output;
+        for (const char* trouble : {"ERROR", "WARNING"})
+            EXPECT_EQ(run.output.find(trouble), std::string::npos) << script << run.output;
+    }
+}
+
+TEST(Language, NumbersOfTheTheoryAreThoseOfTheReport) {
+    // Worked out apart from the program, and printed in the text beside the example.
+    const std::string theory = file_text(DOCUMENTS / "theory.md");
+    const auto scripts = examples_of("theory.md");
+    ASSERT_EQ(scripts.size(), 1u);
+    const ProgramRun run = run_program(fs::temp_directory_path(), {}, scripts.front());
+    for (const char* number : {"0.83376", "77.141", "0.013698", "-0.302381"}) {
+        EXPECT_NE(run.output.find(number), std::string::npos) << number << run.output;
+        EXPECT_NE(theory.find(number), std::string::npos) << number;
+    }
+}
+
+/// A script of all the words in the tables between "<!-- options: PATTERN; PATTERN -->" and
+/// "<!-- end of options -->", each in the place of the "@" of a pattern.
+std::string script_of_options() {
+    std::istringstream text(file_text(DOCUMENTS / "language.md"));
+    std::string script = "CHAR\nNAME MW TC(K) PC(bar) AF\nC1\nEND\nEND\n";
+    std::vector<std::string> patterns;
+    for (std::string line; std::getline(text, line);) {
+        if (line.starts_with("<!-- options: ")) patterns = listed(line);
+        if (line == "<!-- end of options -->") patterns.clear();
+        if (!line.starts_with("| ")) continue;
+        std::string cell = line.substr(2, line.find(" |") - 2);
+        std::replace(cell.begin(), cell.end(), ',', ' ');
+        std::istringstream words(cell);
+        for (std::string word; words >> word;) {
+            if (word.find_first_of("abcdefghijklmnopqrstuvwxyz") != std::string::npos) break;
+            if (word.ends_with('&')) word.pop_back();
+            for (const std::string& pattern : patterns)
+                script += std::string(pattern).replace(pattern.find('@'), 1, word) + "\n";
+        }
+    }
+    return script;
+}
+
+TEST(Language, OptionsOfTheReferenceAreKnown) {
+    const std::string script = script_of_options();
+    EXPECT_NE(script.find("TEST2 SUSP\n"), std::string::npos) << script;
+    EXPECT_NE(script.find("INCR LBC P0 BY 1\n"), std::string::npos) << script;
+    const ProgramRun run = run_program(fs::temp_directory_path(), {}, script);
+    EXPECT_EQ(run.exit_status, 0) << script << run.output;
+    EXPECT_EQ(run.output.find("ERROR"), std::string::npos) << script << run.output;
+}
+
+TEST(Language, EveryKeywordOccursInAnExample) {
+    std::set<std::string> words;
+    for (const std::string& script : examples_of("language.md")) add_words(script, words);
+    for (const auto& [command, key] : all_keys()) {
+        const bool found = std::any_of(words.begin(), words.end(),
+                                       [&k = *key](const auto& word) { return k.matches(word); });
+        EXPECT_TRUE(found) << "no example of" << joined(key->aliases);
+    }
+}
+
+// ---- tables
+
+TEST(Language, TablesAreThoseOfTheProgram) {
+    int tables = 0;
+    for (const char* name : {"tables.md", "experiment-columns.md"}) {
+        const std::string kept = file_text(DOCUMENTS / name);
+        const std::string current = with_current_tables(kept);
+        for (std::size_t at = kept.find("<!-- table: "); at != std::string::npos;
+             at = kept.find("<!-- table: ", at + 1))
+            ++tables;
+        if (std::getenv("KESTRANE_UPDATE_TABLES"))
+            std::ofstream(DOCUMENTS / name, std::ios::binary) << current;
+        else
+            EXPECT_EQ(kept, current) << name << " is out of date: run tools/make-reference-tables";
+    }
+    EXPECT_GT(tables, 10);
+}
+
+TEST(Language, TablesNeverMissAnExperimentColumn) {
+    const std::string text = file_text(DOCUMENTS / "experiment-columns.md");
+    std::istringstream rows(reference_table("experiment columns STG NFV&"));
+    int count = 0;
+    for (std::string row; std::getline(rows, row);) {
+        if (!row.starts_with("| `")) continue;
+        ++count;
+        EXPECT_NE(text.find(row + "\n"), std::string::npos) << row;
+    }
+    EXPECT_GT(count, 170);
+}
+
+}  // namespace
+}  // namespace kestrane
