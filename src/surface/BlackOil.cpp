@@ -59,7 +59,7 @@ SaturationPoint saturation_point(StreamCell& stream_cell, const Tank& fluid, dou
     point.pressure = cell.pressure.value;
     point.is_bubble_point = cell.x_state.fraction > cell.y_state.fraction;
     const auto [low, high] = std::ranges::minmax(cell.ln_k);
-    point.critical = high - low <= SPREAD_TRIVIAL;
+    point.both = high - low <= SPREAD_TRIVIAL;
     return point;
 }
 
@@ -85,11 +85,10 @@ BlackOil::BlackOil(EOSLab& lab, const Collector& collector, Process& process)
     cell_.bind(collector_.characterization, lab_);
 }
 
-void BlackOil::describe_reservoir(BO_Entry& entry, const TPzSet& set, double pressure,
-                                  const SaturationPoint& saturation) {
+void BlackOil::describe_reservoir(BO_Entry& entry, const TPzSet& set, const Place& place) {
     const double T = set.temperature.value;
-    const bool saturated = saturation.found && same_pressure(pressure, saturation.pressure);
-    if (saturated)
+    const double pressure = place.pressure;
+    if (place.saturated)
         cell_.saturation(set.fluid, T, pressure);
     else
         cell_.flash(set.fluid, T, pressure);
@@ -103,7 +102,7 @@ void BlackOil::describe_reservoir(BO_Entry& entry, const TPzSet& set, double pre
                             ->tension(*cell.eq_liquid, *cell.eq_vapor, T, pressure,
                                       cell.x_state.z_factor, cell.y_state.z_factor)
                             .value;
-    if (two_phase && !saturated) {
+    if (two_phase && !place.saturated) {
         const auto volume = [](const Tank& tank, const PhaseState& state) {
             return state.fraction * tank.total_mass() / tank.total_moles() / state.density;
         };
@@ -111,31 +110,33 @@ void BlackOil::describe_reservoir(BO_Entry& entry, const TPzSet& set, double pre
                                     volume(*cell.eq_vapor, cell.y_state));
         return;
     }
-    const PhaseState& state = !two_phase                                   ? cell.feed_state
-                              : cell.x_state.fraction > cell.y_state.fraction ? cell.x_state
-                                                                              : cell.y_state;
+    const PhaseState& state = !two_phase     ? cell.feed_state
+                              : place.as_oil ? cell.x_state
+                                             : cell.y_state;
     entry.density = state.density;
     entry.viscosity =
         viscometer()->viscosity(set.fluid, T, pressure, state.z_factor).value;
 }
 
-BO_Entry BlackOil::row(const TPzSet& set, const std::string& name, double pressure,
-                       const SaturationPoint& saturation, bool swapped) {
+BO_Entry BlackOil::row(const TPzSet& set, const std::string& name, const Place& place,
+                       const SaturationPoint& saturation) {
     BO_Entry entry;
     entry.name = name;
     entry.depth = set.depth.value;
     entry.temperature = set.temperature.value;
-    entry.pressure = pressure;
-    if (saturation.found)
-        entry.psat_type = saturation.is_bubble_point != swapped ? "BP" : "DP";
+    entry.pressure = place.pressure;
+    if (saturation.found) entry.psat_type = place.as_oil ? "BP" : "DP";
     Tank fluid(name, set.fluid.charz());
     fluid.assign_amount(set.fluid, 1.0);
     entry.mw = fluid.total_mass();
     entry.fractions = fractions_of(fluid);
-    describe_reservoir(entry, set, pressure, saturation);
+    describe_reservoir(entry, set, place);
     ValueWithUnit at = set.pressure;
-    at.value = pressure;
-    process_.Run(fluid, set.temperature, at, true, swapped);
+    at.value = place.pressure;
+    const IncomingPhase phase = !place.forced  ? IncomingPhase::ByFlash
+                                : place.as_oil ? IncomingPhase::Liquid
+                                               : IncomingPhase::Vapor;
+    process_.Run(fluid, set.temperature, at, true, phase);
     entry.oil = product_of(*process_.find_product("OIL"));
     entry.gas = product_of(*process_.find_product("GAS"));
     process_.gather_problems(entry.problems);
@@ -152,9 +153,13 @@ std::vector<BO_Entry> BlackOil::rows_of(const std::string& name, const TPzSet& s
                          : std::vector<double>{own};
     std::vector<BO_Entry> rows;
     for (const double P : pressures) {
-        rows.push_back(row(set, name, P, saturation, false));
-        const bool undetermined = saturation.critical && same_pressure(P, saturation.pressure);
-        if (undetermined) rows.push_back(row(set, name, P, saturation, true));
+        Place place{P, saturation.found && same_pressure(P, saturation.pressure),
+                    saturation.is_bubble_point, false};
+        place.forced = place.saturated && saturation.both;
+        rows.push_back(row(set, name, place, saturation));
+        if (!place.forced) continue;
+        place.as_oil = !place.as_oil;
+        rows.push_back(row(set, name, place, saturation));
     }
     return rows;
 }

@@ -39,7 +39,9 @@ struct SaturationPoint {
     bool found = false;
     double pressure = UNSET;  ///< Pa
     bool is_bubble_point = false;
-    bool critical = false;  ///< both phases are the same: bubble and dew point at once
+    /// Both phases have one composition, as of a pure component or at a critical point: bubble and
+    /// dew point at once.
+    bool both = false;
 };
 
 /// Makes the rows of a black oil table.
@@ -50,15 +52,21 @@ public:
 
     /// The rows of one fluid: one for each pressure, in ascending order. The pressures are the
     /// extra ones (Pa), the fluid's own and its saturation pressure; a fluid without one has only
-    /// its own. A critical point gives two rows, as oil and as gas.
+    /// its own. Where bubble and dew point are one there are two rows, as oil and as gas.
     std::vector<BO_Entry> rows_of(const std::string& name, const TPzSet& set,
                                   const std::vector<double>& extra_pressures);
 
 private:
-    BO_Entry row(const TPzSet& set, const std::string& name, double pressure,
-                 const SaturationPoint& saturation, bool swapped);
-    void describe_reservoir(BO_Entry& entry, const TPzSet& set, double pressure,
-                            const SaturationPoint& saturation);
+    /// What a row is of: the fluid at a pressure, as an oil or as a gas.
+    struct Place {
+        double pressure;  ///< Pa
+        bool saturated;   ///< it is the saturation pressure
+        bool as_oil;      ///< without meaning if there is no saturation pressure
+        bool forced;      ///< the split cannot tell oil from gas there
+    };
+    BO_Entry row(const TPzSet& set, const std::string& name, const Place& place,
+                 const SaturationPoint& saturation);
+    void describe_reservoir(BO_Entry& entry, const TPzSet& set, const Place& place);
 
     EOSLab& lab_;
     const Collector& collector_;

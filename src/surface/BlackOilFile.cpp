@@ -6,6 +6,7 @@
 
 #include "frame/Platform.h"
 #include "frame/Program.h"
+#include "frame/Unset.h"
 
 namespace kestrane {
 
@@ -20,7 +21,7 @@ constexpr int PRODUCT_COLUMNS = 5;
 /// A field with the tab in front of it.
 void write_field(std::ostream& stream, double value, const Units* unit = nullptr) {
     const double shown = unit && value != UNSET ? unit->print(value) : value;
-    if (value == UNSET || !std::isfinite(shown)) {
+    if (value == UNSET || value == UNDEFINED || !std::isfinite(shown)) {
         stream << MISSING;
         return;
     }

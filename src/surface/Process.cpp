@@ -20,6 +20,13 @@ T* find_named(const std::vector<DynPtr<T>>& list, const std::string& word) {
 Process::Process(EOSLab& laboratory, std::string process_name)
     : name(std::move(process_name)), lab(laboratory) {}
 
+void Process::Incoming::clear() {
+    for (Tank* tank : {&total, &liquid, &vapor}) tank->rebind(nullptr);
+    temperature = pressure = ValueWithUnit{};
+    liquid_density = vapor_density = UNSET;
+    amounts = StgAmts{};
+}
+
 const CmdKey* Process::FindKey(const std::string& word) const {
     return dictionary_of<Process>().find(word);
 }
@@ -129,17 +136,24 @@ bool Process::needs_incoming_phases(bool report) const {
            });
 }
 
-void Process::split_incoming(bool swapped) {
+void Process::split_incoming(IncomingPhase phase) {
     const double T = std::max(incoming.temperature.value, 0.0);
     const double P = std::max(incoming.pressure.value, 0.0);
     if (!(incoming.total.total_moles() > 0.0)) return;
+    if (phase == IncomingPhase::ByFlash) return flash_incoming(T, P);
+    const bool liquid = phase == IncomingPhase::Liquid;
+    (liquid ? incoming.liquid : incoming.vapor).copy(incoming.total);
+    incoming.liquid_density = incoming.vapor_density =
+        cell_->density(incoming.total, T, P, liquid);
+}
+
+void Process::flash_incoming(double T, double P) {
     cell_->flash(incoming.total, T, P);
     std::swap(errors, cell_->errors());
     const PVTCell& cell = cell_->cell();
     const bool two_phase = cell.phase_count >= 2;
     const double moles = incoming.total.total_moles();
-    double V = std::clamp(cell.y_state.fraction, 0.0, 1.0);
-    if (swapped && !two_phase) V = 1.0 - V;
+    const double V = std::clamp(cell.y_state.fraction, 0.0, 1.0);
     if (two_phase) {
         incoming.liquid.assign_amount(*cell.eq_liquid, (1.0 - V) * moles);
         incoming.vapor.assign_amount(*cell.eq_vapor, V * moles);
@@ -153,16 +167,16 @@ void Process::split_incoming(bool swapped) {
 }
 
 void Process::Run(const Tank& feed, const ValueWithUnit& temperature,
-                  const ValueWithUnit& pressure, bool report, bool swapped) {
-    incoming = Incoming{};
+                  const ValueWithUnit& pressure, bool report, IncomingPhase phase) {
+    incoming.clear();
     errors.Clear();
     incoming.total.copy(feed);
     incoming.temperature = temperature;
     incoming.pressure = pressure;
     for (Tank* tank : {&incoming.liquid, &incoming.vapor}) tank->rebind(feed.charz());
-    cell_ = make_dyn<StreamCell>();
+    if (!cell_) cell_ = make_dyn<StreamCell>();
     cell_->bind(feed.charz(), lab);
-    if (needs_incoming_phases(report)) split_incoming(swapped);
+    if (needs_incoming_phases(report)) split_incoming(phase);
     for (const auto& stage : stages) stage->ResetFeeds();
     for (const auto& product : products) product->ResetFeeds();
     for (const auto& stage : stages) stage->Execute(report);
@@ -178,7 +192,8 @@ void Process::measure_incoming() {
     double volume = 0.0;
     const auto add = [&volume](const Tank& stream, double density) {
         if (stream.total_moles() == 0.0) return;
-        volume = density == UNSET || volume == UNSET ? UNSET : volume + stream.total_mass() / density;
+        volume = density == UNSET || volume == UNSET ? UNSET
+                                                     : volume + stream.total_mass() / density;
     };
     add(incoming.liquid, incoming.liquid_density);
     add(incoming.vapor, incoming.vapor_density);
@@ -197,7 +212,7 @@ void Process::gather_problems(ErrorList& problems) const {
 }
 
 void Process::unbind() {
-    incoming = Incoming{};
+    incoming.clear();
     cell_ = nullptr;
     for (const auto& stage : stages) stage->ResetFeeds();
     for (const auto& product : products) product->ResetFeeds();

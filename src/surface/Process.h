@@ -6,6 +6,10 @@ namespace kestrane {
 
 class EOSLab;
 
+/// What an incoming stream comes in as: the phases of its flash, or all of it as one phase where
+/// the flash cannot tell, as of a pure component at its vapor pressure.
+enum class IncomingPhase { ByFlash, Liquid, Vapor };
+
 /// A surface train: stages that each hold a separator, connected by feeds, and products that
 /// gather streams. It holds nothing between two runs that would change the next.
 class Process : public virtual Key_User {
@@ -17,6 +21,8 @@ public:
         double liquid_density = UNSET;        ///< kg/m3
         double vapor_density = UNSET;
         StgAmts amounts;
+
+        void clear();  ///< buffers stay
     };
 
     Process(EOSLab& laboratory, std::string process_name);
@@ -37,10 +43,9 @@ public:
     /// `errors` (of the incoming stream).
     ///   temperature, pressure  of the incoming stream; UNSET if unknown: then its phases are needed
     ///                          by nobody, or an error
-    ///   swapped  liquid and vapor of an incoming stream of one phase change places
-    ///   report   amounts that are only printed are wanted
+    ///   report  amounts that are only printed are wanted
     void Run(const Tank& feed, const ValueWithUnit& temperature, const ValueWithUnit& pressure,
-             bool report, bool swapped = false);
+             bool report, IncomingPhase phase = IncomingPhase::ByFlash);
     /// Adds all problems of the last run to one list, each naming its stage.
     void gather_problems(ErrorList& problems) const;
     /// `stage "{name}" of process "{process}"`.
@@ -64,7 +69,8 @@ private:
     void feed_oil(OutStage& oil, Reader& reader);
     void feed_gas(OutStage& gas);
     bool needs_incoming_phases(bool report) const;
-    void split_incoming(bool swapped);
+    void split_incoming(IncomingPhase phase);
+    void flash_incoming(double T, double P);
     void measure_incoming();
 
     DynPtr<StreamCell> cell_;

@@ -38,6 +38,14 @@ void take_shares(Tank& target, const Tank& feed, const std::vector<double>& fact
 
 }  // namespace
 
+void SepSplit::clear() {
+    liquid = vapor = 0.0;
+    liquid_density = vapor_density = UNSET;
+    negative_flash = false;
+    for (std::vector<double>* list : {&point, &k_values, &oil_factors, &gas_factors}) list->clear();
+    for (Tank* tank : {&feed, &nf_liquid, &nf_vapor}) tank->rebind(nullptr);
+}
+
 const CmdKey* Sep::FindKey(const std::string& word) const {
     return dictionary_of<Sep>().find(word);
 }
@@ -130,7 +138,8 @@ void Sep::factors_of_pair(std::size_t i, double& oil, double& gas) const {
 }
 
 void Sep::interpolate(SepSplit& split) {
-    ValArray<double> point;
+    ValArray<double>& point = scratch_.point;
+    point.clear();
     for (const SepVariable& variable : variables) {
         split.point.push_back(variable_value(variable, split.feed));
         point.push_back(to_space(split.point.back(), variable.rule));
@@ -156,9 +165,10 @@ void Sep::recoveries_by_table(SepSplit& split, std::vector<double>& oil,
 /// One Rachford-Rice solution. Nothing but the K-values says which phase is the liquid, so that
 /// neither the equation of state nor conditions are needed.
 void Sep::recoveries_by_k(const SepSplit& split, std::vector<double>& oil,
-                          std::vector<double>& gas) const {
+                          std::vector<double>& gas) {
     const std::size_t n = componentCount;
-    std::vector<double> work(9 * n);
+    std::vector<double>& work = scratch_.rachford_rice;
+    work.resize(9 * n);
     const auto array = [&](std::size_t at) { return std::span(work).subspan(at * n, n); };
     const std::span<double> z = array(0);
     for (std::size_t i = 0; i < n; ++i) {
@@ -223,6 +233,12 @@ void Sep::measure(SepSplit& split, const Tank& oil, const Tank& gas) {
 
 SepSplit Sep::Separate(const Tank& feed, Tank& oil, Tank& gas, bool with_densities) {
     SepSplit split;
+    Separate(feed, oil, gas, with_densities, split);
+    return split;
+}
+
+void Sep::Separate(const Tank& feed, Tank& oil, Tank& gas, bool with_densities, SepSplit& split) {
+    split.clear();
     split.temperature = bound_temperature();
     split.pressure = bound_pressure();
     split.feed.name = feed.name;
@@ -235,11 +251,13 @@ SepSplit Sep::Separate(const Tank& feed, Tank& oil, Tank& gas, bool with_densiti
         errors().Add(
             conversion_message("A source fluid", feed, characterization, failure.reason),
             FATAL_ERROR);
-        return split;
+        return;
     }
     // Without a usable split everything is gas.
-    std::vector<double> oil_shares(componentCount, 0.0);
-    std::vector<double> gas_shares(componentCount, 1.0);
+    std::vector<double>& oil_shares = scratch_.oil;
+    std::vector<double>& gas_shares = scratch_.gas;
+    oil_shares.assign(componentCount, 0.0);
+    gas_shares.assign(componentCount, 1.0);
     if (split.feed.total_moles() > 0.0) {
         if (tableWidth > 0)
             recoveries_by_table(split, oil_shares, gas_shares);
@@ -253,7 +271,6 @@ SepSplit Sep::Separate(const Tank& feed, Tank& oil, Tank& gas, bool with_densiti
         split.vapor = gas.total_moles() / split.feed.total_moles();
     }
     if (with_densities) measure(split, oil, gas);
-    return split;
 }
 
 }  // namespace kestrane

@@ -46,6 +46,9 @@ struct SepRow {
 
 /// What a separator made of a feed.
 struct SepSplit {
+    /// That of no feed; buffers stay.
+    void clear();
+
     ValueWithUnit temperature;  ///< K; UNSET if the separator has none
     ValueWithUnit pressure;     ///< Pa
     double liquid = 0.0;        ///< mole fractions of the feed, within 0..1
@@ -80,6 +83,8 @@ public:
     /// feed is gas.
     ///   liquid_density, vapor_density of the result are worked out if `with_densities`
     SepSplit Separate(const Tank& feed, Tank& oil, Tank& gas, bool with_densities);
+    /// The same into a split that is used again: allocates only where its buffers are too small.
+    void Separate(const Tank& feed, Tank& oil, Tank& gas, bool with_densities, SepSplit& split);
     ErrorList& errors() { return cell_->errors(); }
     /// Densities and flashes in the separator's characterization. Not null while bound.
     StreamCell& cell() { return *cell_; }
@@ -89,7 +94,7 @@ public:
     ///   result tableWidth values, in the spaces of the rules
     /// Outside the range of a coordinate its end entry stands.
     void Lookup(const ValArray<double>& point, std::size_t dimension,
-                ValArray<double>& result) const;
+                ValArray<double>& result);
 
     /// True for a table of K-values.
     bool has_k_values() const { return tableWidth > 0 && tableWidth == componentCount; }
@@ -125,17 +130,26 @@ private:
     void bind_amount(SepAmount& amount) const;
     void complete_rows();
     void look_up(const Rows& rows, const ValArray<double>& point, std::size_t dimension,
-                 ValArray<double>& result) const;
+                 ValArray<double>& result);
     void recoveries_by_flash(SepSplit& split, std::vector<double>& oil, std::vector<double>& gas);
     void recoveries_by_table(SepSplit& split, std::vector<double>& oil, std::vector<double>& gas);
     void recoveries_by_k(const SepSplit& split, std::vector<double>& oil,
-                         std::vector<double>& gas) const;
+                         std::vector<double>& gas);
     void interpolate(SepSplit& split);
     void factors_of_pair(std::size_t i, double& oil, double& gas) const;
     void take_phases(SepSplit& split, std::vector<double>& oil, std::vector<double>& gas);
 
     void measure(SepSplit& split, const Tank& oil, const Tank& gas);
 
+    /// Buffers of a separation.
+    struct Scratch {
+        std::vector<double> oil, gas;         ///< shares of the components
+        std::vector<double> rachford_rice;
+        ValArray<double> point;               ///< of the feed, in the spaces of the variables
+        std::vector<ValArray<double>> lower;  ///< factors below the point, one per coordinate
+    };
+
+    Scratch scratch_;
     ValueWithUnit bound_temperature_, bound_pressure_;
     const EOSLab* lab_ = nullptr;  ///< not owned; of the current evaluation
     DynPtr<StreamCell> cell_;

@@ -31,18 +31,19 @@ double position(double x, double a, double b) {
 }  // namespace
 
 void Sep::Lookup(const ValArray<double>& point, std::size_t dimension,
-                 ValArray<double>& result) const {
+                 ValArray<double>& result) {
     if (points.empty()) {
         result.assign(tableWidth, smallestFactor);
         return;
     }
+    if (scratch_.lower.size() < point.size()) scratch_.lower.resize(point.size());
     Rows rows{points.begin(), points.end()};
     for (std::size_t d = 0; d < dimension; ++d) rows = rows.with(d, point[d]);
     look_up(rows, point, dimension, result);
 }
 
 void Sep::look_up(const Rows& rows, const ValArray<double>& point, std::size_t dimension,
-                  ValArray<double>& result) const {
+                  ValArray<double>& result) {
     if (dimension == point.size()) {
         result = rows.first->second.factors;
         return;
@@ -54,7 +55,7 @@ void Sep::look_up(const Rows& rows, const ValArray<double>& point, std::size_t d
     look_up(rows.with(dimension, above), point, dimension + 1, result);
     if (above == x) return;
     const double below = std::prev(above_entry)->first[dimension];
-    ValArray<double> lower;
+    ValArray<double>& lower = scratch_.lower[dimension];
     look_up(rows.with(dimension, below), point, dimension + 1, lower);
     const double t = position(x, below, above);
     for (std::size_t i = 0; i < result.size(); ++i)

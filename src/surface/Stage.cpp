@@ -103,7 +103,8 @@ const CmdKey* SepStage::FindKey(const std::string& word) const {
 
 void SepStage::ResetFeeds() {
     for (Tank* tank : {&feed_, &liquid_, &vapor_}) tank->rebind(nullptr);
-    split_ = SepSplit{};
+    split_.clear();
+    split_.temperature = split_.pressure = ValueWithUnit{};
     feed_amounts = liquid_amounts = vapor_amounts = StgAmts{};
     errors.Clear();
 }
@@ -128,14 +129,14 @@ bool SepStage::separate(double floor, bool report) {
         return false;
     }
     for (Tank* tank : {&feed_, &liquid_, &vapor_}) tank->rebind(sep->characterization);
-    split_ = SepSplit{};
+    split_.clear();
     split_.temperature = sep->bound_temperature();
     split_.pressure = sep->bound_pressure();
     collect(feed_, floor);
     if (!errors.usable() || !(feed_.total_moles() > 0.0)) return false;
-    feed_.name = process->stage_label(*this);
+    if (feed_.name.empty()) feed_.name = process->stage_label(*this);
     sep->errors().Clear();
-    split_ = sep->Separate(feed_, liquid_, vapor_, report);
+    sep->Separate(feed_, liquid_, vapor_, report, split_);
     std::swap(errors, sep->errors());
     if (report) measure(*sep);
     return errors.usable();

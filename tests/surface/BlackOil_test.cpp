@@ -83,6 +83,20 @@ TEST(Collector, OneCharacterizationOnly) {
     EXPECT_TRUE(none.reports("No fluid characterization was ever defined")) << none.report();
 }
 
+// What reading cannot see is refused when it is stored.
+TEST(Collector, AMixtureOfAnotherCharacterizationIsNotStored) {
+    LabRun run(SECOND + FED + "COLL C\nEQL\nEND\n");
+    ASSERT_FALSE(run.stopped) << run.report();
+    Collector& found = collector(run);
+    found.characterization = run.lab.find_charzation("Other");
+    EXPECT_THROW(run.repeat_last(), LogicError);
+    EXPECT_EQ(found.fluids.size(), 1u);
+    EXPECT_TRUE(run.reports("Illegal attempt to store a mixture of the \"Light\" (as opposed to "
+                            "\"Other\") fluid characterization in collector \"C\"."))
+        << run.report();
+    EXPECT_EQ(run.counts.errors, 1);
+}
+
 TEST(BlackOil, PressuresAreMerged) {
     EXPECT_EQ(merged_pressures({3e7, 1e7, 3e7}, 2e7, 1.5e7),
               (std::vector<double>{1e7, 1.5e7, 2e7, 3e7}));
@@ -278,6 +292,82 @@ TEST(BlackOil, WrittenInTheFinalPassOnly) {
     run.evaluate(EvaluationMode::Jacobian);
     run.evaluate(EvaluationMode::First);
     EXPECT_EQ(scratch.table_lines().size(), size);
+}
+
+// Bubble and dew point of a pure component are one pressure: a row as oil and a row as gas.
+TEST(BlackOil, WhereOilAndGasAreOneFluidThereAreTwoRows) {
+    const ScratchDirectory scratch;
+    // Both phases of the incoming stream go to the products as they come.
+    LabRun run(LIGHT_FLUID + "MIX FEED C3 1\nTEMP 300 K\nPRES 20 bar\nPROC P\nEND\n"
+               "COLL C\nEQL\nEND\nBLACK\nCOLL C\nPROC P\nPRES bar 5\nEND\nSATP 300 K\n");
+    ASSERT_FALSE(run.stopped) << run.report();
+    const PVTCell& cell = run.lab.cell();
+    ASSERT_EQ(cell.phase_count, 2);
+    const std::vector<std::string> lines = scratch.table_lines();
+    ASSERT_EQ(lines.size(), 15u + 4u);
+    const auto row = [&](std::size_t i) { return fields(lines[15 + i]); };
+    for (const std::size_t i : {1u, 2u})
+        EXPECT_NEAR(number(row(i)[5]), cell.pressure.value * 1e-5, 1e-5 * number(row(i)[5]));
+    const double liquid = cell.x_state.density * 1e-3, gas = cell.y_state.density * 1e-3;
+    ASSERT_GT(liquid, 10 * gas);
+    EXPECT_EQ(row(1)[1], "BP");
+    EXPECT_NEAR(number(row(1)[6]), liquid, 1e-5 * liquid);
+    EXPECT_EQ(row(1)[9], "1.00000e+00");
+    EXPECT_NEAR(number(row(1)[13]), liquid, 1e-5 * liquid);
+    EXPECT_EQ(row(1)[14], "0.00000e+00");
+    EXPECT_EQ(row(2)[1], "DP");
+    EXPECT_NEAR(number(row(2)[6]), gas, 1e-5 * gas);
+    EXPECT_LT(number(row(2)[7]), 0.2 * number(row(1)[7]));
+    EXPECT_EQ(row(2)[9], "0.00000e+00");
+    EXPECT_EQ(row(2)[14], "1.00000e+00");
+    EXPECT_NEAR(number(row(2)[18]), gas, 1e-5 * gas);
+    // Beside it there is no doubt: gas below, oil above.
+    EXPECT_EQ(row(0)[14], "1.00000e+00");
+    EXPECT_EQ(row(3)[9], "1.00000e+00");
+}
+
+// Each group of compositions has the components of its own characterization, in their order.
+TEST(BlackOil, ProductsOfOtherCharacterizations) {
+    const ScratchDirectory scratch;
+    LabRun run(FED + "SEP HP 90 F 300 psia\nEND\n"
+               "CHAR Reverse\nNAME MW TC(K) PC(bar) AF\nN-C10\nC3\nC1\nEND\nEND\n"
+               "SEP ST 60 F 14.7 psia\nEND\n"
+               "PROC P\nSTAGE A\nSEP HP\nSTAGE B\nFEED A GAS\nSEP ST\nEND\n"
+               "PROD OIL\nFEED A LIQ\nEND\nPROD GAS\nFEED B\nEND\nEND\n"
+               "COLL C\nEQL\nEND\nBLACK\nCOLL C\nPROC P\nEND\n");
+    ASSERT_FALSE(run.stopped) << run.report();
+    const std::vector<std::string> lines = scratch.table_lines();
+    EXPECT_EQ(lines[6], "Res Characterization:\tReverse");
+    EXPECT_EQ(lines[8], "Oil Characterization:\tLight");
+    EXPECT_EQ(lines[10], "Gas Characterization:\tReverse");
+    EXPECT_TRUE(lines[14].ends_with("\tC1\tC3\tN-C10\tN-C10\tC3\tC1\tN-C10\tC3\tC1")) << lines[14];
+    ASSERT_EQ(lines.size(), 15u + 2u);
+    const std::vector<std::string> cells = fields(lines.back());
+    ASSERT_EQ(cells.size(), FIXED + 9);
+    const double oil = number(cells[9]), gas = number(cells[14]);
+    const double z[]{.2, .3, .5};
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_NEAR(number(cells[FIXED + 6 + i]), z[i], 1e-6);
+        EXPECT_NEAR(oil * number(cells[FIXED + 2 - i]) + gas * number(cells[FIXED + 3 + i]), z[i],
+                    2e-5);
+    }
+}
+
+// Neither what was never given nor what has no value becomes a number.
+TEST(BlackOil, FieldsWithoutValues) {
+    BO_Entry entry;
+    entry.name = "X";
+    entry.viscosity = UNDEFINED;
+    entry.mw = UNDEFINED;
+    entry.pressure = 1e-30;
+    const BlackOilUnits units{&unit_of(UnitKind::Distance, "ft"),
+                              &unit_of(UnitKind::Temperature, "F"),
+                              &unit_of(UnitKind::Pressure, "psia")};
+    std::ostringstream stream;
+    write_row(stream, entry, units);
+    EXPECT_EQ(stream.str(), "X\tN/A\t-999999\t-999999\t-999999\t1.45038e-34\t-999999\t-999999"
+                            "\t-999999\t0.00000e+00\t-999999\t-999999\t-999999\t-999999"
+                            "\t0.00000e+00\t-999999\t-999999\t-999999\t-999999\n");
 }
 
 }  // namespace

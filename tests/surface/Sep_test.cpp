@@ -326,6 +326,31 @@ TEST(Sep, AFeedOfAnotherCharacterization) {
     EXPECT_NEAR(out.oil.total_moles() + out.gas.total_moles(), 1.0, 1e-12);
 }
 
+// A characterization changed behind the separator's back.
+TEST(Sep, ATableThatDoesNotFitIsRefused) {
+    const auto refused = [](const std::string& other, const std::string& reason) {
+        LabRun run(other + FED + "LUMP HEAVY C3 0.5 N-C10\n"
+                   "SEP S 80 F 300 psia\nMOL HEAVY .5\nKVAL 8 2 .1\nEND\n");
+        ASSERT_FALSE(run.stopped) << run.report();
+        run.lab.current(run.lab.find_charzation("Other"));
+        EXPECT_THROW(run.repeat_last(), FatalError);
+        EXPECT_EQ(run.counts.fatals, 1);
+        const std::string report = run.report();
+        const std::size_t at =
+            report.find("Separator \"S\" does not fit the fluid characterization");
+        ASSERT_NE(at, std::string::npos) << report;
+        const std::size_t place = report.find("Problem for keyword \"SEP\"", at);
+        const std::size_t why = report.find(reason, at);
+        EXPECT_LT(at, place) << report;
+        EXPECT_LT(place, why) << report;
+        EXPECT_NE(why, std::string::npos) << report;
+    };
+    const std::string head = "CHAR Other\nNAME MW TC(K) PC(bar) AF\nC1\nC3\n";
+    refused(head + "END\nEND\n",
+            "Its table was given for 3 components, where there are 2.");
+    refused(head + "N-C10\nEND\nEND\n", "A component or lump of its variables is missing.");
+}
+
 TEST(Sep, ASecondEvaluationGivesTheSame) {
     LabRun run(FED + "SEP S 300 psia 80 F\nEND\nSEP T\nMOL C1 .4\nINTERP LOG\nKVAL 6 2 .1\n"
                      "MOL C1 .6\nKVAL 3 1 .01\nEND\nAPPLY SEP S SEP T\n");
