@@ -71,12 +71,11 @@ void report_fatal(Program::State& state, const Message& lines) {
         .Fatal({"Could not open file \"" + name + "\"."});
 }
 
+/// Made without a stream: one that finds no memory would leave the number out in silence.
 std::string time_line(double seconds) {
-    std::ostringstream text;
-    text.setf(std::ios::fixed | std::ios::showpoint);
-    text.precision(2);
-    text << "Total execution time: " << seconds << " seconds.";
-    return text.str();
+    std::array<char, 400> text;  // a double has at most 309 digits ahead of its point
+    std::snprintf(text.data(), text.size(), "Total execution time: %.2f seconds.", seconds);
+    return text.data();
 }
 
 /// A report that stopped short, for want of disk space or of a reader, must not pass for a whole
@@ -160,8 +159,10 @@ Program::~Program() {
     if (--s.instances > 0) return;
     // From here on memory is needed for the end lines alone.
     s.reserveBlock.reset();
+    memory_ran_out = false;
     try {
         ShutDown();
+        if (memory_ran_out) throw std::bad_alloc();
     } catch (const std::bad_alloc&) {
         complain_plainly(MEMORY_MESSAGE);
     } catch (...) {
