@@ -19,8 +19,6 @@ using Field = double ExptData::*;
 using Fields = std::array<Field, 2>;  ///< before and after removal
 using VectorField = std::vector<double> ExptData::*;
 
-constexpr double AIR_MW = 28.964;  ///< kg/kmol
-
 /// Composition of one fluid in the record.
 struct CompositionFields {
     VectorField moles, masses, lump_mw;

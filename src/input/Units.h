@@ -91,6 +91,8 @@ inline constexpr double GAS_CONSTANT = 8314.472;  ///< Pa m3/(kmol K)
 inline constexpr double GRAVITY = 9.80665;        ///< m/s2
 /// Density of water that specific gravities refer to (0.999024 g/cm3), kg/m3.
 inline constexpr double WATER_DENSITY = 999.024;
+/// Molecular weight of air that specific gravities of gases refer to, kg/kmol.
+inline constexpr double AIR_MW = 28.964;
 inline constexpr double ATMOSPHERE = 101325.0;                     ///< Pa
 inline constexpr double SIXTY_FAHRENHEIT = (60.0 + 459.67) / 1.8;  ///< K
 

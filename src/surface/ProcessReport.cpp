@@ -10,7 +10,6 @@ namespace kestrane {
 
 namespace {
 
-constexpr double AIR_WEIGHT = 28.9647;  // kg/kmol
 constexpr int RATIO_DIGITS = 6;
 using Cells = std::vector<std::string>;
 
@@ -60,8 +59,8 @@ void feed_rows(std::vector<Cells>& rows, const std::string& first, const std::st
 }
 
 Cells amount_cells(const StgAmts& amounts, const std::string& characterization) {
-    return {amount_text(amounts.moles), amount_text(amounts.mass), known(amounts.volume),
-            known(amounts.gas_volume), known(amounts.liquid_volume), characterization};
+    return {amount_text(amounts.moles), amount_text(amounts.mass),    known(amounts.volume),
+            known(amounts.gas_volume),  known(amounts.liquid_volume), characterization};
 }
 
 /// "; Characterization "{name}"", for a stream whose characterization is not the process's.
@@ -74,10 +73,9 @@ std::vector<Cells> process_rows(const Process& process) {
     const auto label = [own](const Tank& tank) {
         return tank.charz() == own ? std::string() : characterization_label(tank.charz());
     };
-    std::vector<Cells> rows{
-        {"", "", "", "Moles", "Mass", "Volume", "Gas at STP", "Liquid at STP"},
-        {"", "", "Stream", "kmol", "kg", "m3", "m3", "m3"},
-        {}};
+    std::vector<Cells> rows{{"", "", "", "Moles", "Mass", "Volume", "Gas at STP", "Liquid at STP"},
+                            {"", "", "Stream", "kmol", "kg", "m3", "m3", "m3"},
+                            {}};
     Cells incoming{"Incoming", "", "Total"};
     for (const std::string& cell : amount_cells(process.incoming.amounts, ""))
         incoming.push_back(cell);
@@ -116,9 +114,9 @@ void print_ratios(Writer& writer, const GasOilRatios& ratios) {
     for (const std::string& line : aligned(rows, 1)) writer.Line(line);
     writer.Line("");
     if (ratios.oil_density != UNSET)
-        writer.Line("Product Oil at STP: Density (g/cc) = " +
-                    fixed_text(ratios.oil_density * 1e-3, 4) + ", Gravity (API) = " +
-                    fixed_text(ratios.oil_gravity, 2));
+        writer.Line(
+            "Product Oil at STP: Density (g/cc) = " + fixed_text(ratios.oil_density * 1e-3, 4) +
+            ", Gravity (API) = " + fixed_text(ratios.oil_gravity, 2));
     if (ratios.gas_gravity != UNSET)
         writer.Line("Product Gas: Gravity (air = 1) = " + fixed_text(ratios.gas_gravity, 4));
     if (ratios.formation_volume_factor != UNSET)
@@ -167,7 +165,7 @@ GasOilRatios gas_oil_ratios(const Process& process) {
         if (whole != UNSET && whole > 0.0) ratios.formation_volume_factor = whole / oil_volume;
     }
     if (gas && gas->amounts.moles > 0.0)
-        ratios.gas_gravity = gas->amounts.mass / gas->amounts.moles / AIR_WEIGHT;
+        ratios.gas_gravity = gas->amounts.mass / gas->amounts.moles / AIR_MW;
     ratios.temperature = process.incoming.temperature;
     ratios.pressure = process.incoming.pressure;
     return ratios;
@@ -176,8 +174,8 @@ GasOilRatios gas_oil_ratios(const Process& process) {
 void print_process(Writer& writer, const Process& process) {
     if (!writer.active()) return;
     for (const auto& stage : process.stages) print_stage(writer, *stage);
-    const std::string title = "Process \"" + process.name + "\"" +
-                              characterization_label(process.incoming.total.charz());
+    const std::string title =
+        "Process \"" + process.name + "\"" + characterization_label(process.incoming.total.charz());
     writer.Newlines(2);
     writer.Line(std::string(title.size(), '='));
     writer.Line(title);

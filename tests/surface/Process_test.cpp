@@ -7,8 +7,9 @@
 namespace kestrane {
 namespace {
 
-const std::string SEPS = FED + "SEP HP 90 F 600 psia\nEND\nSEP LP 80 F 100 psia\nEND\n"
-                               "SEP ST 60 F 14.7 psia\nEND\n";
+const std::string SEPS = FED +
+                         "SEP HP 90 F 600 psia\nEND\nSEP LP 80 F 100 psia\nEND\n"
+                         "SEP ST 60 F 14.7 psia\nEND\n";
 const std::string TRAIN = SEPS + "PROC P\nSTAGE A\nSEP HP\nSTAGE B\nSEP LP\nSTAGE C\nSEP ST\n";
 
 Process& process(LabRun& run, const std::string& name = "P") {
@@ -49,17 +50,18 @@ TEST(Process, BalancesOfEveryStageAndOfTheWhole) {
 TEST(Process, SharesOfSources) {
     LabRun run(TRAIN + "STAGE D\nFEED A GAS 1 AND B LIQ 0.5\nAND IN 0.25\nSEP ST\nEND\nEND\n");
     EXPECT_TRUE(run.stopped);  // a share needs its word
-    LabRun good(TRAIN + "STAGE D\nFEED A GAS 1 AND B LIQ 0.5\nAND INCOMING ALL 0.25\n"
-                        "FEED C VAP\nSEP ST\nEND\nEND\n");
+    LabRun good(TRAIN +
+                "STAGE D\nFEED A GAS 1 AND B LIQ 0.5\nAND INCOMING ALL 0.25\n"
+                "FEED C VAP\nSEP ST\nEND\nEND\n");
     ASSERT_FALSE(good.stopped) << good.report();
     const Process& p = process(good);
     const Tank& feed = p.find_stage("D")->FeedTank();
     for (std::size_t i = 0; i < 3; ++i)
-        EXPECT_NEAR(feed.moles()[i],
-                    p.stages[0]->VaporTank().moles()[i] + .5 * p.stages[1]->LiquidTank().moles()[i] +
-                        .25 * good.lab.cell().feed->moles()[i] +
-                        p.stages[2]->VaporTank().moles()[i],
-                    1e-13);
+        EXPECT_NEAR(
+            feed.moles()[i],
+            p.stages[0]->VaporTank().moles()[i] + .5 * p.stages[1]->LiquidTank().moles()[i] +
+                .25 * good.lab.cell().feed->moles()[i] + p.stages[2]->VaporTank().moles()[i],
+            1e-13);
 }
 
 TEST(Process, AShareBeyondTheWholeIsReplacedWithAWarning) {
@@ -69,8 +71,9 @@ TEST(Process, AShareBeyondTheWholeIsReplacedWithAWarning) {
 }
 
 TEST(Process, PhasesOfTheIncomingStream) {
-    LabRun run(SEPS + "PROC P\nSTAGE A\nFEED IN LIQ\nSEP ST\nEND\nPROD GAS\nFEED A GAS AND IN GAS\n"
-                      "END\nEND\nFLASH 100 F 500 psia\n");
+    LabRun run(SEPS +
+               "PROC P\nSTAGE A\nFEED IN LIQ\nSEP ST\nEND\nPROD GAS\nFEED A GAS AND IN GAS\n"
+               "END\nEND\nFLASH 100 F 500 psia\n");
     ASSERT_FALSE(run.stopped) << run.report();
     const Process& p = process(run);
     const PVTCell& cell = run.lab.cell();
@@ -83,8 +86,9 @@ TEST(Process, PhasesOfTheIncomingStream) {
 
 // A stage fed by itself or a later one receives nothing, gives nothing and says nothing.
 TEST(Process, LinksToLaterStagesDeliverNothing) {
-    LabRun run(SEPS + "PROC P\nSTAGE A\nFEED B\nSEP HP\nSTAGE B\nFEED B AND IN\nSEP LP\nEND\nEND\n"
-                      "APPLY PROC P\n");
+    LabRun run(SEPS +
+               "PROC P\nSTAGE A\nFEED B\nSEP HP\nSTAGE B\nFEED B AND IN\nSEP LP\nEND\nEND\n"
+               "APPLY PROC P\n");
     ASSERT_FALSE(run.stopped) << run.report();
     EXPECT_EQ(run.counts.errors + run.counts.fatals, 0);
     const Process& p = process(run);
@@ -96,8 +100,9 @@ TEST(Process, LinksToLaterStagesDeliverNothing) {
 
 TEST(Process, NoFlowGivesNoAmountsAndNoMessage) {
     // All of the oil of the first stage, which is none.
-    LabRun run(FED + "SEP HOT 700 F 14.7 psia\nEND\nSEP ST 60 F 14.7 psia\nEND\n"
-                     "PROC P\nSTAGE A\nSEP HOT\nSTAGE B\nSEP ST\nEND\nEND\nAPPLY PROC P\n");
+    LabRun run(FED +
+               "SEP HOT 700 F 14.7 psia\nEND\nSEP ST 60 F 14.7 psia\nEND\n"
+               "PROC P\nSTAGE A\nSEP HOT\nSTAGE B\nSEP ST\nEND\nEND\nAPPLY PROC P\n");
     ASSERT_FALSE(run.stopped) << run.report();
     EXPECT_EQ(run.counts.warnings + run.counts.errors, 0) << run.report();
     const Process& p = process(run);
@@ -108,8 +113,9 @@ TEST(Process, NoFlowGivesNoAmountsAndNoMessage) {
 }
 
 TEST(Process, ProductsOfOnesOwn) {
-    LabRun run(TRAIN + "END\nPROD Oil\nFEED C LIQ\nEND\nPROD Sales\nFEED A GAS AND B GAS\nEND\n"
-                       "PROD Gas\nFEED C GAS\nEND\nEND\n");
+    LabRun run(TRAIN +
+               "END\nPROD Oil\nFEED C LIQ\nEND\nPROD Sales\nFEED A GAS AND B GAS\nEND\n"
+               "PROD Gas\nFEED C GAS\nEND\nEND\n");
     ASSERT_FALSE(run.stopped) << run.report();
     const Process& p = process(run);
     ASSERT_EQ(p.products.size(), 3u);
@@ -130,8 +136,9 @@ TEST(Process, WithoutStagesTheIncomingPhasesAreTheProducts) {
 
 // The scrubber's liquid is the last: the tank's oil would vanish without a word.
 TEST(Process, ALiquidThatGoesNowhereIsSaid) {
-    LabRun run(SEPS + "PROC P\nSTAGE A\nSEP HP\nSTAGE B\nSEP ST\nSTAGE Scrub\nFEED A GAS\nSEP LP\n"
-                      "END\nEND\n");
+    LabRun run(SEPS +
+               "PROC P\nSTAGE A\nSEP HP\nSTAGE B\nSEP ST\nSTAGE Scrub\nFEED A GAS\nSEP LP\n"
+               "END\nEND\n");
     EXPECT_EQ(run.counts.warnings, 1);
     EXPECT_TRUE(run.reports("The liquid of stage \"B\" of process \"P\" goes nowhere"))
         << run.report();
@@ -191,8 +198,9 @@ TEST(Process, Refusals) {
 }
 
 TEST(Process, AFailedStageIsReportedUnderItsName) {
-    LabRun run(LIGHT_FLUID + "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\nSEP S\nEND\n"
-                             "PROC P\nSTAGE A\nSEP S\nEND\nEND\nAPPLY PROC P\n");
+    LabRun run(LIGHT_FLUID +
+               "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\nSEP S\nEND\n"
+               "PROC P\nSTAGE A\nSEP S\nEND\nEND\nAPPLY PROC P\n");
     EXPECT_TRUE(run.stopped);
     EXPECT_TRUE(run.reports("Unable to perform stage \"A\" of process \"P\"")) << run.report();
     EXPECT_TRUE(run.reports("The temperature (0"));
@@ -201,10 +209,11 @@ TEST(Process, AFailedStageIsReportedUnderItsName) {
 /// Two stages, the second with a share of the incoming stream in a separator without conditions,
 /// which fails with any flow.
 std::string failing_with(const std::string& share, const std::string& separator = "BAD") {
-    return LIGHT_FLUID + "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\n"
+    return LIGHT_FLUID +
+           "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\n"
            "SEP HP 80 F 300 psia\nEND\nSEP BAD\nEND\n"
-           "PROC P\nSTAGE A\nSEP HP\nSTAGE B\nFEED IN ALL " + share + "\nSEP " + separator +
-           "\nEND\nEND\n";
+           "PROC P\nSTAGE A\nSEP HP\nSTAGE B\nFEED IN ALL " +
+           share + "\nSEP " + separator + "\nEND\nEND\n";
 }
 
 // A flow of next to nothing is left out, if the separator fails with it: up to 2^-104.
@@ -232,8 +241,7 @@ TEST(Process, AFailedStageIsTriedAgainWithoutFlowsOfNextToNothing) {
     EXPECT_NEAR(kept.FeedTank().total_moles(), 1e-40, 1e-54);
 }
 
-const std::string REVERSE =
-    "CHAR Reverse\nNAME MW TC(K) PC(bar) AF\nN-C10\nC3\nC1\nEND\nEND\n";
+const std::string REVERSE = "CHAR Reverse\nNAME MW TC(K) PC(bar) AF\nN-C10\nC3\nC1\nEND\nEND\n";
 const std::string TWO_STAGES = "PROC P\nSTAGE A\nSEP HP\nSTAGE B\nSEP ST\nEND\nEND\n";
 
 double moles_of(const Tank& tank, const std::string& component) {
@@ -313,12 +321,15 @@ TEST(Process, PublishedSeparatorTests) {
     struct Row {
         double psig, gor, api, bo;
     };
-    const Row rows[]{{50, 778, 40.5, 1.481}, {100, 768, 40.7, 1.474}, {200, 780, 40.4, 1.483},
-                       {300, 795, 40.1, 1.495}};
+    const Row rows[]{{50, 778, 40.5, 1.481},
+                     {100, 768, 40.7, 1.474},
+                     {200, 780, 40.4, 1.483},
+                     {300, 795, 40.1, 1.495}};
     std::vector<GasOilRatios> found;
     for (const Row& test : rows) {
         LabRun run(example_fluid("separator-test.dat") + "SEP HP 75 F " +
-                   std::to_string(test.psig) + " psig\nEND\nSEP Tank 75 F 0 psig\nEND\n"
+                   std::to_string(test.psig) +
+                   " psig\nEND\nSEP Tank 75 F 0 psig\nEND\n"
                    "PROC P\nSTAGE A\nSEP HP\nSTAGE B\nSEP Tank\nEND\nEND\n");
         ASSERT_FALSE(run.stopped) << run.report();
         found.push_back(gas_oil_ratios(process(run)));
@@ -358,7 +369,7 @@ TEST(Process, PublishedSeparatorTestOfAVolatileOil) {
     expect(p.stages[0]->split().liquid_density, 784.8, 1.5, "oil of the first stage");
     expect(p.stages[1]->split().liquid_density, 797.6, 0.5, "oil of the second stage");
     const Tank& gas = p.stages[0]->VaporTank();
-    expect(gas.total_mass() / gas.total_moles() / 28.9647, 0.76, 3.0, "gas of the first stage");
+    expect(gas.total_mass() / gas.total_moles() / AIR_MW, 0.76, 3.0, "gas of the first stage");
     const double tank = p.products[0]->amounts.liquid_volume;
     expect(p.stages[0]->liquid_amounts.volume / tank, 1.1, 4.0, "shrinkage from the first stage");
     expect(p.stages[1]->liquid_amounts.volume / tank, 1.071, 3.0, "shrinkage from the second");
