@@ -30,7 +30,8 @@ void process(benchmark::State& state) {
     LabRun run(SCRIPT);
     Process& train = **run.lab.processes.find("P");
     const PVTCell& cell = run.lab.cell();
-    for (auto _ : state) train.Run(*cell.feed, cell.temperature, cell.pressure, state.range(0) != 0);
+    for (auto _ : state)
+        train.Run(*cell.feed, cell.temperature, cell.pressure, state.range(0) != 0);
 }
 BENCHMARK(process)->ArgName("report")->Arg(0)->Arg(1);
 

@@ -114,8 +114,7 @@ void BlackOil::describe_reservoir(BO_Entry& entry, const TPzSet& set, const Plac
                               : place.as_oil ? cell.x_state
                                              : cell.y_state;
     entry.density = state.density;
-    entry.viscosity =
-        viscometer()->viscosity(set.fluid, T, pressure, state.z_factor).value;
+    entry.viscosity = viscometer()->viscosity(set.fluid, T, pressure, state.z_factor).value;
 }
 
 BO_Entry BlackOil::row(const TPzSet& set, const std::string& name, const Place& place,

@@ -10,11 +10,11 @@ namespace kestrane {
 
 /// The oil or the gas of a row. UNSET marks what is missing.
 struct BO_Product {
-    double moles = 0.0;         ///< per mole of reservoir fluid
-    double mw = UNSET;          ///< kg/kmol
-    double temperature = UNSET; ///< K, of the one stage it comes from
-    double pressure = UNSET;    ///< Pa
-    double density = UNSET;     ///< kg/m3 there; of several stages their volumes added
+    double moles = 0.0;          ///< per mole of reservoir fluid
+    double mw = UNSET;           ///< kg/kmol
+    double temperature = UNSET;  ///< K, of the one stage it comes from
+    double pressure = UNSET;     ///< Pa
+    double density = UNSET;      ///< kg/m3 there; of several stages their volumes added
     std::vector<double> fractions;
 };
 

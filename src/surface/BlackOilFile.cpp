@@ -69,8 +69,7 @@ std::ostream* BlackOilFile::open(Writer& writer) {
     if (tried_) return file_.get();
     tried_ = true;
     const Program::State& state = Program::state();
-    const File path =
-        black_oil_path(state.primaryInput.get(), writer.reportFile, state.shortName);
+    const File path = black_oil_path(state.primaryInput.get(), writer.reportFile, state.shortName);
     auto file = std::make_unique<OutFile>();
     file->SetPath(*path.fullName);
     const bool used = (state.primaryInput && file->sameFile(*state.primaryInput)) ||

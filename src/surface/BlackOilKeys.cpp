@@ -15,9 +15,9 @@ struct BlackOil_Data {
     std::string id;
     std::string collector;
     std::string process;
-    bool bad = false;                  ///< a name was wrong: said where it stood
-    const Units* unit = nullptr;       ///< of the pressures; null: the laboratory's
-    std::vector<double> pressures;     ///< in that unit, in the order given
+    bool bad = false;               ///< a name was wrong: said where it stood
+    const Units* unit = nullptr;    ///< of the pressures; null: the laboratory's
+    std::vector<double> pressures;  ///< in that unit, in the order given
 };
 using BlackOil_Cmd = UserCmd<EOSLab, BlackOil_Data>;
 
@@ -132,12 +132,11 @@ private:
             if (feed.liquidShare > 0.0 || feed.vaporShare > 0.0) sources.insert(feed.source);
         if (sources.size() < 2) return;
         ErrorList problems;
-        problems.Add("The oil product comes from multiple stages of process \"" + process_.name +
-                         "\"",
-                     WARNING);
+        problems.Add(
+            "The oil product comes from multiple stages of process \"" + process_.name + "\"",
+            WARNING);
         problems.Add("The assumption of additive volumes may not be entirely appropriate", WARNING);
-        problems.Report(reader_, "black oil table generation", command_.Location(),
-                        ResultHeadline);
+        problems.Report(reader_, "black oil table generation", command_.Location(), ResultHeadline);
     }
 
     void write_rows(const BlackOilUnits& units) {

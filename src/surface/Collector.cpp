@@ -29,9 +29,8 @@ const char* store_word(StoreKind kind) {
 
 std::string Collector::refusal(const Charzation& charz) const {
     if (!characterization || characterization == &charz) return {};
-    return "Illegal attempt to store a mixture of the \"" + charz.name +
-           "\" (as opposed to \"" + characterization->name +
-           "\") fluid characterization in collector \"" + name + "\"";
+    return "Illegal attempt to store a mixture of the \"" + charz.name + "\" (as opposed to \"" +
+           characterization->name + "\") fluid characterization in collector \"" + name + "\"";
 }
 
 void Collector::Store(EOSLab& lab, Writer& writer, StoreKind kind, const std::string& fluid_name) {

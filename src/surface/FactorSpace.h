@@ -12,7 +12,8 @@ inline constexpr double largestFactor = 1e99;
 extern const double smallestLog;
 extern const double largestLog;
 
-/// A value in the space of a rule: as it is, 1/max(x, smallestFactor), or ln of x within the bounds.
+/// A value in the space of a rule: as it is, 1/max(x, smallestFactor), or ln of x within the
+/// bounds.
 double to_space(double value, Rule rule);
 /// The way back: as it is, 1/max(x, smallestFactor), or exp of x within smallestLog..largestLog.
 double from_space(double value, Rule rule);

@@ -97,9 +97,9 @@ void Process::feed_oil(OutStage& oil, Reader& reader) {
             });
         });
         if (!taken)
-            reader.Warning({"The liquid of " + stage_label(*stage) + " goes nowhere.",
-                            "Only the liquid of stage \"" + last->name +
-                                "\" goes to the product \"Oil\"."});
+            reader.Warning(
+                {"The liquid of " + stage_label(*stage) + " goes nowhere.",
+                 "Only the liquid of stage \"" + last->name + "\" goes to the product \"Oil\"."});
     }
 }
 
@@ -127,10 +127,9 @@ bool Process::needs_incoming_phases(bool report) const {
     const auto takes_phase = [](const StageFeed& feed) {
         return !feed.source && feed.liquidShare != feed.vaporShare;
     };
-    return std::ranges::any_of(stages,
-                               [&](const auto& stage) {
-                                   return std::ranges::any_of(stage->feeds, takes_phase);
-                               }) ||
+    return std::ranges::any_of(
+               stages,
+               [&](const auto& stage) { return std::ranges::any_of(stage->feeds, takes_phase); }) ||
            std::ranges::any_of(products, [&](const auto& product) {
                return std::ranges::any_of(product->feeds, takes_phase);
            });
@@ -143,8 +142,7 @@ void Process::split_incoming(IncomingPhase phase) {
     if (phase == IncomingPhase::ByFlash) return flash_incoming(T, P);
     const bool liquid = phase == IncomingPhase::Liquid;
     (liquid ? incoming.liquid : incoming.vapor).copy(incoming.total);
-    incoming.liquid_density = incoming.vapor_density =
-        cell_->density(incoming.total, T, P, liquid);
+    incoming.liquid_density = incoming.vapor_density = cell_->density(incoming.total, T, P, liquid);
 }
 
 void Process::flash_incoming(double T, double P) {
@@ -166,8 +164,8 @@ void Process::flash_incoming(double T, double P) {
     }
 }
 
-void Process::Run(const Tank& feed, const ValueWithUnit& temperature,
-                  const ValueWithUnit& pressure, bool report, IncomingPhase phase) {
+void Process::Run(const Tank& feed, const ValueWithUnit& temperature, const ValueWithUnit& pressure,
+                  bool report, IncomingPhase phase) {
     incoming.clear();
     errors.Clear();
     incoming.total.copy(feed);
@@ -192,8 +190,8 @@ void Process::measure_incoming() {
     double volume = 0.0;
     const auto add = [&volume](const Tank& stream, double density) {
         if (stream.total_moles() == 0.0) return;
-        volume = density == UNSET || volume == UNSET ? UNSET
-                                                     : volume + stream.total_mass() / density;
+        volume =
+            density == UNSET || volume == UNSET ? UNSET : volume + stream.total_mass() / density;
     };
     add(incoming.liquid, incoming.liquid_density);
     add(incoming.vapor, incoming.vapor_density);

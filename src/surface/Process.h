@@ -41,7 +41,8 @@ public:
     /// Passes a stream through: the stages in script order, then the products. A stage that feeds
     /// an earlier one delivers nothing to it. Problems are left in the stages' error lists and in
     /// `errors` (of the incoming stream).
-    ///   temperature, pressure  of the incoming stream; UNSET if unknown: then its phases are needed
+    ///   temperature, pressure  of the incoming stream; UNSET if unknown: then its phases are
+    ///   needed
     ///                          by nobody, or an error
     ///   report  amounts that are only printed are wanted
     void Run(const Tank& feed, const ValueWithUnit& temperature, const ValueWithUnit& pressure,

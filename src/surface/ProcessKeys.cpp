@@ -71,8 +71,7 @@ void read_source(Reader& reader, Stage& stage, const Command& command) {
     const std::string source = read_name_of(reader, "source of stage \"" + stage.name + "\"");
     double liquid = 1.0, vapor = 1.0;
     read_shares(reader, liquid, vapor);
-    if (!source.empty())
-        stage.AddFeedByName(source, liquid, vapor, command.Location());
+    if (!source.empty()) stage.AddFeedByName(source, liquid, vapor, command.Location());
 }
 
 }  // namespace

@@ -16,10 +16,10 @@ struct GasOilRatios {
         double of_tank = UNDEFINED;   ///< gas per product oil; both kmol/m3, the unit sets' base
     };
     std::vector<Line> stages;
-    double total = UNDEFINED;              ///< product gas per product oil
-    double oil_density = UNSET;            ///< of the product oil at standard conditions, kg/m3
-    double oil_gravity = UNSET;            ///< degrees API
-    double gas_gravity = UNSET;            ///< of the product gas, air = 1
+    double total = UNDEFINED;                ///< product gas per product oil
+    double oil_density = UNSET;              ///< of the product oil at standard conditions, kg/m3
+    double oil_gravity = UNSET;              ///< degrees API
+    double gas_gravity = UNSET;              ///< of the product gas, air = 1
     double formation_volume_factor = UNSET;  ///< incoming volume per volume of product oil
     ValueWithUnit temperature, pressure;     ///< of the incoming stream
 };

@@ -147,8 +147,7 @@ void Sep::interpolate(SepSplit& split) {
     Lookup(point, 0, currentFactors);
 }
 
-void Sep::recoveries_by_table(SepSplit& split, std::vector<double>& oil,
-                              std::vector<double>& gas) {
+void Sep::recoveries_by_table(SepSplit& split, std::vector<double>& oil, std::vector<double>& gas) {
     interpolate(split);
     const std::size_t n = componentCount;
     if (has_factors()) {
@@ -198,8 +197,7 @@ void Sep::recoveries_by_k(const SepSplit& split, std::vector<double>& oil,
         divide(L * (two_phase ? rr.x[i] : 1.0), V * (two_phase ? rr.y[i] : 1.0), oil[i], gas[i]);
 }
 
-void Sep::recoveries_by_flash(SepSplit& split, std::vector<double>& oil,
-                              std::vector<double>& gas) {
+void Sep::recoveries_by_flash(SepSplit& split, std::vector<double>& oil, std::vector<double>& gas) {
     cell_->flash(split.feed, split.temperature.value, split.pressure.value);
     if (!errors().usable()) return;
     take_phases(split, oil, gas);
@@ -248,9 +246,8 @@ void Sep::Separate(const Tank& feed, Tank& oil, Tank& gas, bool with_densities, 
     try {
         split.feed.convert(characterization);
     } catch (const UnconvertedTank& failure) {
-        errors().Add(
-            conversion_message("A source fluid", feed, characterization, failure.reason),
-            FATAL_ERROR);
+        errors().Add(conversion_message("A source fluid", feed, characterization, failure.reason),
+                     FATAL_ERROR);
         return;
     }
     // Without a usable split everything is gas.

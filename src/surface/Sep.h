@@ -17,9 +17,9 @@ enum class AmountKind : int { None = 0, Moles = 1, Mass = 2, MolecularWeight = 3
 /// An amount of the feed: of one component, of a lump, or of the whole stream.
 struct SepAmount {
     AmountKind kind = AmountKind::None;
-    std::string name;       ///< of the component or lump; empty for the whole stream
-    int component = -1;     ///< index, -1 for none
-    PtrTo<const Lump> lump; ///< null for none
+    std::string name;        ///< of the component or lump; empty for the whole stream
+    int component = -1;      ///< index, -1 for none
+    PtrTo<const Lump> lump;  ///< null for none
 };
 
 /// An interpolation variable: an amount of the feed, per another amount if that has a kind.
@@ -55,13 +55,13 @@ struct SepSplit {
     double vapor = 0.0;
     double liquid_density = UNSET;  ///< kg/m3 at the separator's conditions, where known
     double vapor_density = UNSET;
-    Tank feed;                           ///< as separated: in the separator's characterization
-    std::vector<double> point;           ///< values of the variables
-    std::vector<double> k_values;        ///< empty but for a table of them
-    std::vector<double> oil_factors;     ///< within 0..1; empty but for a table of factors
+    Tank feed;                        ///< as separated: in the separator's characterization
+    std::vector<double> point;        ///< values of the variables
+    std::vector<double> k_values;     ///< empty but for a table of them
+    std::vector<double> oil_factors;  ///< within 0..1; empty but for a table of factors
     std::vector<double> gas_factors;
-    bool negative_flash = false;         ///< one phase, with a tie-line through the feed
-    Tank nf_liquid, nf_vapor;            ///< phases of that tie-line
+    bool negative_flash = false;  ///< one phase, with a tie-line through the feed
+    Tank nf_liquid, nf_vapor;     ///< phases of that tie-line
 };
 
 /// A separator: an equilibrium flash at its temperature and pressure, or a table of K-values or of
@@ -93,8 +93,7 @@ public:
     ///   point  one per variable, in its space
     ///   result tableWidth values, in the spaces of the rules
     /// Outside the range of a coordinate its end entry stands.
-    void Lookup(const ValArray<double>& point, std::size_t dimension,
-                ValArray<double>& result);
+    void Lookup(const ValArray<double>& point, std::size_t dimension, ValArray<double>& result);
 
     /// True for a table of K-values.
     bool has_k_values() const { return tableWidth > 0 && tableWidth == componentCount; }
@@ -113,12 +112,12 @@ public:
 
     std::string name;
     Charzation* characterization = nullptr;  ///< not owned; of the current evaluation
-    ValueWithUnit temperature;  ///< K, as given; UNSET: the laboratory's
-    ValueWithUnit pressure;     ///< Pa
+    ValueWithUnit temperature;               ///< K, as given; UNSET: the laboratory's
+    ValueWithUnit pressure;                  ///< Pa
     std::vector<SepVariable> variables;
-    ValArray<double> currentPoint;      ///< one per variable, in its space
-    ValArray<double> currentFactors;    ///< tableWidth, the last interpolated
-    std::size_t tableWidth = 0;  ///< 0 until the first row, then components or twice that
+    ValArray<double> currentPoint;    ///< one per variable, in its space
+    ValArray<double> currentFactors;  ///< tableWidth, the last interpolated
+    std::size_t tableWidth = 0;       ///< 0 until the first row, then components or twice that
     std::size_t componentCount = 0;
     std::map<ValArray<double>, SepRow> points;
     Rule defaultRule = RULE_UNSET;
@@ -133,8 +132,7 @@ private:
                  ValArray<double>& result);
     void recoveries_by_flash(SepSplit& split, std::vector<double>& oil, std::vector<double>& gas);
     void recoveries_by_table(SepSplit& split, std::vector<double>& oil, std::vector<double>& gas);
-    void recoveries_by_k(const SepSplit& split, std::vector<double>& oil,
-                         std::vector<double>& gas);
+    void recoveries_by_k(const SepSplit& split, std::vector<double>& oil, std::vector<double>& gas);
     void interpolate(SepSplit& split);
     void factors_of_pair(std::size_t i, double& oil, double& gas) const;
     void take_phases(SepSplit& split, std::vector<double>& oil, std::vector<double>& gas);
@@ -143,7 +141,7 @@ private:
 
     /// Buffers of a separation.
     struct Scratch {
-        std::vector<double> oil, gas;         ///< shares of the components
+        std::vector<double> oil, gas;  ///< shares of the components
         std::vector<double> rachford_rice;
         ValArray<double> point;               ///< of the feed, in the spaces of the variables
         std::vector<ValArray<double>> lower;  ///< factors below the point, one per coordinate

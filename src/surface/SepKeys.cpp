@@ -26,9 +26,8 @@ struct KindWord {
     const char* word;
     AmountKind kind;
 };
-constexpr KindWord KIND_WORDS[]{{"MOL&", AmountKind::Moles},
-                                {"MASS&", AmountKind::Mass},
-                                {"MW&", AmountKind::MolecularWeight}};
+constexpr KindWord KIND_WORDS[]{
+    {"MOL&", AmountKind::Moles}, {"MASS&", AmountKind::Mass}, {"MW&", AmountKind::MolecularWeight}};
 
 AmountKind amount_kind(const std::string& word) {
     for (const KindWord& entry : KIND_WORDS)
@@ -78,8 +77,9 @@ int take_variable(Reader& reader, Sep& sep, SepVariable variable) {
         std::vector<std::string> lines{"Illegal interpolation variable for separator \"" +
                                        sep.name + "\"."};
         reader.Locate(lines, 3);
-        lines.push_back("New interpolation variables cannot be defined after the first table "
-                        "entry.");
+        lines.push_back(
+            "New interpolation variables cannot be defined after the first table "
+            "entry.");
         reader.Error(lines);
         return -1;
     }
@@ -144,8 +144,8 @@ void read_data(UserCmd<Sep, SepRow_Data<KIND>>& command, Reader& reader) {
     const std::size_t n = sep.componentCount;
     const RowShape shape = shape_of(KIND, n);
     if (sep.tableWidth != 0 && sep.tableWidth != shape.width)
-        fatal_here(reader, std::string(shape.name) + " not allowed for separator \"" + sep.name +
-                               "\".");
+        fatal_here(reader,
+                   std::string(shape.name) + " not allowed for separator \"" + sep.name + "\".");
     sep.tableWidth = shape.width;
     Rule& rule = sep.*shape.rule;
     if (rule == RULE_UNSET) rule = std::max(sep.defaultRule, RULE_LINEAR);

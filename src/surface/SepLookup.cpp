@@ -30,8 +30,7 @@ double position(double x, double a, double b) {
 
 }  // namespace
 
-void Sep::Lookup(const ValArray<double>& point, std::size_t dimension,
-                 ValArray<double>& result) {
+void Sep::Lookup(const ValArray<double>& point, std::size_t dimension, ValArray<double>& result) {
     if (points.empty()) {
         result.assign(tableWidth, smallestFactor);
         return;

@@ -29,8 +29,8 @@ void print_values(Writer& writer, const Sep& sep, Rule rule, const char* what,
     writer.Line(interpolated(rule) + what);
     std::vector<std::vector<std::string>> rows;
     for (std::size_t i = 0; i < values.size(); ++i)
-        rows.push_back({"   " + sep.characterization->comps[i].name.shown(),
-                        general_text(values[i], DIGITS)});
+        rows.push_back(
+            {"   " + sep.characterization->comps[i].name.shown(), general_text(values[i], DIGITS)});
     for (const std::string& line : aligned(rows, 1)) writer.Line(line);
 }
 

@@ -14,8 +14,7 @@ double sum_of(const SepAmount& amount, const Tank& feed, std::span<const double>
     if (!amount.lump) return total;
     if (!feed.charz() || !amount.lump->fits(*feed.charz())) throw BadLump{};
     double sum = 0.0;
-    for (std::size_t i = 0; i < amounts.size(); ++i)
-        sum += amount.lump->fractions[i] * amounts[i];
+    for (std::size_t i = 0; i < amounts.size(); ++i) sum += amount.lump->fractions[i] * amounts[i];
     return sum;
 }
 
@@ -50,11 +49,11 @@ std::string named(std::string text, const SepAmount& amount) {
 std::string variable_name(const SepVariable& variable) {
     static constexpr const char* NUMERATORS[] = {"", "Moles", "Mass", "MW"};
     static constexpr const char* DENOMINATORS[] = {"", " Mole", " Mass", " MW"};
-    std::string text = named(NUMERATORS[static_cast<int>(variable.numerator.kind)],
-                             variable.numerator);
+    std::string text =
+        named(NUMERATORS[static_cast<int>(variable.numerator.kind)], variable.numerator);
     if (variable.denominator.kind == AmountKind::None) return text;
-    return text + " per" + named(DENOMINATORS[static_cast<int>(variable.denominator.kind)],
-                                 variable.denominator);
+    return text + " per" +
+           named(DENOMINATORS[static_cast<int>(variable.denominator.kind)], variable.denominator);
 }
 
 double variable_value(const SepVariable& variable, const Tank& feed) {

@@ -38,8 +38,8 @@ StgAmts amounts_of(const Tank& stream, double density) {
 /// Volume of a stream as a liquid at standard conditions.
 double liquid_volume_of(const Tank& stream, StreamCell& cell) {
     const StandardConditions& standard = standard_conditions();
-    return volume_of(stream, cell.density(stream, standard.temperature.value,
-                                          standard.pressure.value, true));
+    return volume_of(
+        stream, cell.density(stream, standard.temperature.value, standard.pressure.value, true));
 }
 
 double sum_of(double a, double b) {
@@ -69,8 +69,7 @@ void Stage::ResolveFeeds(Reader& reader) {
     for (StageFeed& feed : feeds) {
         feed.source = process->find_stage(feed.source_name);
         if (feed.source || KeyCompare("IN&", feed.source_name.c_str()) == 0) continue;
-        reader.Fatal({"Process stage \"" + feed.source_name + "\" not recognized.",
-                      feed.location});
+        reader.Fatal({"Process stage \"" + feed.source_name + "\" not recognized.", feed.location});
     }
 }
 

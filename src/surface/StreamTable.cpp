@@ -30,8 +30,9 @@ std::vector<std::string> aligned(const std::vector<std::vector<std::string>>& ro
     for (const auto& row : rows) {
         std::string line;
         for (std::size_t i = 0; i < widths.size(); ++i) {
-            const std::string cell =
-                row.empty() ? std::string(widths[i], '-') : i < row.size() ? row[i] : "";
+            const std::string cell = row.empty()      ? std::string(widths[i], '-')
+                                     : i < row.size() ? row[i]
+                                                      : "";
             const std::string pad(widths[i] - cell.size(), ' ');
             line += (i == 0 ? "" : "  ") + (i < left ? cell + pad : pad + cell);
         }
@@ -65,8 +66,7 @@ void print_streams(Writer& writer, const StreamTable& table) {
         rows.push_back(cells(table.components[i], table,
                              [i](const Column& c) { return amount_text(c.mole_fractions[i]); }));
     rows.push_back({""});
-    rows.push_back(
-        cells("Moles:", table, [](const Column& c) { return amount_text(c.moles); }));
+    rows.push_back(cells("Moles:", table, [](const Column& c) { return amount_text(c.moles); }));
     rows.push_back(cells("Mass:", table, [](const Column& c) { return amount_text(c.mass); }));
     rows.push_back(cells("Mol. Weight:", table, [](const Column& c) {
         return c.moles > 0.0 ? fixed_text(c.mol_weight, 3) : "-";

@@ -87,9 +87,8 @@ TEST(BlackOilTable, OfADepletion) {
 // A regression evaluates its tables many times, and writes them once: with the value found, at
 // which the bubble point is the measured one.
 TEST(BlackOilTable, AfterARegression) {
-    const ProgramRun run =
-        run_program(std::string(KESTRANE_SOURCE_DIR) + "/tests/scripts/surface",
-                    {"black-oil-regression.in", "REPORT"});
+    const ProgramRun run = run_program(std::string(KESTRANE_SOURCE_DIR) + "/tests/scripts/surface",
+                                       {"black-oil-regression.in", "REPORT"});
     EXPECT_EQ(run.exit_status, 0);
     const std::size_t opened = run.report.find("Now opening black oil table file");
     ASSERT_NE(opened, std::string::npos);

@@ -6,7 +6,8 @@ namespace {
 
 // A regression passes streams through a process many times: after the first no stage allocates.
 TEST(Allocation, OfAProcessThatRunsAgain) {
-    LabRun run(FED + "SEP HP 90 F 600 psia\nEND\n"
+    LabRun run(FED +
+               "SEP HP 90 F 600 psia\nEND\n"
                "SEP LP 80 F 100 psia\nINTERP LOG\nMOL C1 PER MOL C3 .1\nMW 40\nKVAL 30 3 .1\n"
                "MW 90\nKVAL 20 2 .1\nMOL C1 PER MOL C3 3\nMW 40\nKVAL 25 3 .1\nEND\n"
                "SEP ST\nMOL C1 .001\nOIL .1 .7 .99\nMOL C1 .5\nOIL .05 .5 .98\nEND\n"

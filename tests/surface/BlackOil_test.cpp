@@ -5,11 +5,14 @@
 namespace kestrane {
 namespace {
 
-const std::string TRAIN = "SEP HP 80 F 300 psia\nEND\nSEP ST 60 F 14.7 psia\nEND\n"
-                          "PROC P\nSTAGE A\nSEP HP\nSTAGE B\nSEP ST\nEND\nEND\n";
-const std::string WITH_PARACHORS = "CHAR Light\nNAME MW TC(K) PC(bar) AF PCHOR\nC1\nC3\nN-C10\nEND\nEND\n"
-                                   "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\nTEMP 100 F\nPRES 2000 psia\n";
-const std::string COLLECTED = WITH_PARACHORS + TRAIN + "DEPTH 5000 ft\n"
+const std::string TRAIN =
+    "SEP HP 80 F 300 psia\nEND\nSEP ST 60 F 14.7 psia\nEND\n"
+    "PROC P\nSTAGE A\nSEP HP\nSTAGE B\nSEP ST\nEND\nEND\n";
+const std::string WITH_PARACHORS =
+    "CHAR Light\nNAME MW TC(K) PC(bar) AF PCHOR\nC1\nC3\nN-C10\nEND\nEND\n"
+    "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\nTEMP 100 F\nPRES 2000 psia\n";
+const std::string COLLECTED = WITH_PARACHORS + TRAIN +
+                              "DEPTH 5000 ft\n"
                               "COLL C\nEQL\nEND\nFLASH 100 F 700 psia\nCOLL C\nEQL\nEQV\nEND\n";
 const std::string TABLE = "BLACK \"first\"\nCOLL C\nPROC P\nPRES psia 3000 4000 3000\nEND\n";
 
@@ -68,15 +71,17 @@ TEST(Collector, ResetAndEachPassEmptyIt) {
     EXPECT_EQ(collector(run).fluids.begin()->first, "EQV_Line_00014");
 }
 
-const std::string SECOND = "CHAR Other\nNAME MW TC(K) PC(bar) AF\nC1\nC3\nEND\nEND\n"
-                           "MIX FEED C1 0.5 C3 0.5\n";
+const std::string SECOND =
+    "CHAR Other\nNAME MW TC(K) PC(bar) AF\nC1\nC3\nEND\nEND\n"
+    "MIX FEED C1 0.5 C3 0.5\n";
 
 TEST(Collector, OneCharacterizationOnly) {
     LabRun run(FED + "COLL C\nEQL\nEND\n" + SECOND + "COLL C\nEQV\nEND\n");
     EXPECT_TRUE(run.stopped);
     EXPECT_TRUE(run.reports("Input not valid for EQV collection")) << run.report();
-    EXPECT_TRUE(run.reports("Illegal attempt to store a mixture of the \"Other\" (as opposed to "
-                            "\"Light\") fluid characterization in collector \"C\"."));
+    EXPECT_TRUE(
+        run.reports("Illegal attempt to store a mixture of the \"Other\" (as opposed to "
+                    "\"Light\") fluid characterization in collector \"C\"."));
     LabRun reset(FED + "COLL C\nEQL\nEND\n" + SECOND + "COLL C\nRESET\nEQV\nEND\n");
     EXPECT_FALSE(reset.stopped) << reset.report();
     LabRun none("COLL C\nEQL\nEND\n");
@@ -91,8 +96,9 @@ TEST(Collector, AMixtureOfAnotherCharacterizationIsNotStored) {
     found.characterization = run.lab.find_charzation("Other");
     EXPECT_THROW(run.repeat_last(), LogicError);
     EXPECT_EQ(found.fluids.size(), 1u);
-    EXPECT_TRUE(run.reports("Illegal attempt to store a mixture of the \"Light\" (as opposed to "
-                            "\"Other\") fluid characterization in collector \"C\"."))
+    EXPECT_TRUE(
+        run.reports("Illegal attempt to store a mixture of the \"Light\" (as opposed to "
+                    "\"Other\") fluid characterization in collector \"C\"."))
         << run.report();
     EXPECT_EQ(run.counts.errors, 1);
 }
@@ -133,14 +139,20 @@ TEST(BlackOil, TheFileReadBack) {
     EXPECT_EQ(lines[1], "======================");
     EXPECT_EQ(lines[2], "Input File:\tstdin");
     EXPECT_EQ(lines[3], "Input Line:\t31");
-    const std::vector<std::string> group{
-        "Collector:\tC",         "Process:\tP",           "Res Characterization:\tLight",
-        "Res Components:\t3",    "Oil Characterization:\tLight", "Oil Components:\t3",
-        "Gas Characterization:\tLight", "Gas Components:\t3",   ""};
+    const std::vector<std::string> group{"Collector:\tC",
+                                         "Process:\tP",
+                                         "Res Characterization:\tLight",
+                                         "Res Components:\t3",
+                                         "Oil Characterization:\tLight",
+                                         "Oil Components:\t3",
+                                         "Gas Characterization:\tLight",
+                                         "Gas Components:\t3",
+                                         ""};
     for (std::size_t i = 0; i < group.size(); ++i) EXPECT_EQ(lines[4 + i], group[i]);
-    EXPECT_EQ(lines[13], "Reservoir Fluid Properties\t\t\t\t\t\t\t\t\tOil Properties\t\t\t\t\t"
-                         "Gas Properties\t\t\t\t\tOil Mole Fractions\t\t\tGas Mole Fractions\t\t\t"
-                         "Reservoir Fluid Mole Fractions");
+    EXPECT_EQ(lines[13],
+              "Reservoir Fluid Properties\t\t\t\t\t\t\t\t\tOil Properties\t\t\t\t\t"
+              "Gas Properties\t\t\t\t\tOil Mole Fractions\t\t\tGas Mole Fractions\t\t\t"
+              "Reservoir Fluid Mole Fractions");
     EXPECT_EQ(lines[14],
               "Mixture\tPsat Type\tMW\tDepth (ft)\tTemperature (F)\tPressure (psia)\t"
               "Density (g/cm3)\tViscosity (cp)\tIFT (dyn/cm)\tMoles/Mole\tMW\tTemperature (F)\t"
@@ -203,8 +215,8 @@ TEST(BlackOil, WithoutSaturationPressureOnlyItsOwn) {
     const std::vector<std::string> cells = fields(lines.back());
     EXPECT_EQ(cells[1], "N/A");
     EXPECT_EQ(cells[5], "1.40000e+01");
-    EXPECT_EQ(cells[9], "0.00000e+00");   // no oil
-    EXPECT_EQ(cells[10], "-999999");      // and nothing to say of it
+    EXPECT_EQ(cells[9], "0.00000e+00");  // no oil
+    EXPECT_EQ(cells[10], "-999999");     // and nothing to say of it
     EXPECT_EQ(cells[14], "1.00000e+00");
 }
 
@@ -230,13 +242,13 @@ TEST(BlackOil, TwoTablesShareTheFile) {
 
 TEST(BlackOil, OilOfSeveralStagesWarns) {
     const ScratchDirectory scratch;
-    LabRun run(COLLECTED + "PROC Q\nSTAGE A\nSEP HP\nEND\nSTAGE B\nFEED A GAS\nSEP ST\nEND\n"
-                           "PROD OIL\nFEED A LIQ AND B LIQ\nEND\nEND\n"
-                           "BLACK\nCOLL C\nPROC Q\nEND\n");
+    LabRun run(COLLECTED +
+               "PROC Q\nSTAGE A\nSEP HP\nEND\nSTAGE B\nFEED A GAS\nSEP ST\nEND\n"
+               "PROD OIL\nFEED A LIQ AND B LIQ\nEND\nEND\n"
+               "BLACK\nCOLL C\nPROC Q\nEND\n");
     EXPECT_TRUE(run.reports("Uncertain results from black oil table generation")) << run.report();
     EXPECT_TRUE(run.reports("The oil product comes from multiple stages of process \"Q\"."));
-    EXPECT_TRUE(
-        run.reports("The assumption of additive volumes may not be entirely appropriate."));
+    EXPECT_TRUE(run.reports("The assumption of additive volumes may not be entirely appropriate."));
 }
 
 TEST(BlackOil, Refusals) {
@@ -258,9 +270,8 @@ TEST(BlackOil, AFileThatCannotBeOpenedIsSaidOnce) {
     std::filesystem::create_directory(scratch.table());
     LabRun run(COLLECTED + TABLE + TABLE);
     EXPECT_FALSE(run.stopped) << run.report();
-    EXPECT_EQ(run.count("Could not open black oil table file \"" + scratch.table().string() +
-                        "\"."),
-              1)
+    EXPECT_EQ(
+        run.count("Could not open black oil table file \"" + scratch.table().string() + "\"."), 1)
         << run.report();
     EXPECT_EQ(run.counts.warnings, 1);
 }
@@ -298,7 +309,8 @@ TEST(BlackOil, WrittenInTheFinalPassOnly) {
 TEST(BlackOil, WhereOilAndGasAreOneFluidThereAreTwoRows) {
     const ScratchDirectory scratch;
     // Both phases of the incoming stream go to the products as they come.
-    LabRun run(LIGHT_FLUID + "MIX FEED C3 1\nTEMP 300 K\nPRES 20 bar\nPROC P\nEND\n"
+    LabRun run(LIGHT_FLUID +
+               "MIX FEED C3 1\nTEMP 300 K\nPRES 20 bar\nPROC P\nEND\n"
                "COLL C\nEQL\nEND\nBLACK\nCOLL C\nPROC P\nPRES bar 5\nEND\nSATP 300 K\n");
     ASSERT_FALSE(run.stopped) << run.report();
     const PVTCell& cell = run.lab.cell();
@@ -329,7 +341,8 @@ TEST(BlackOil, WhereOilAndGasAreOneFluidThereAreTwoRows) {
 // Each group of compositions has the components of its own characterization, in their order.
 TEST(BlackOil, ProductsOfOtherCharacterizations) {
     const ScratchDirectory scratch;
-    LabRun run(FED + "SEP HP 90 F 300 psia\nEND\n"
+    LabRun run(FED +
+               "SEP HP 90 F 300 psia\nEND\n"
                "CHAR Reverse\nNAME MW TC(K) PC(bar) AF\nN-C10\nC3\nC1\nEND\nEND\n"
                "SEP ST 60 F 14.7 psia\nEND\n"
                "PROC P\nSTAGE A\nSEP HP\nSTAGE B\nFEED A GAS\nSEP ST\nEND\n"
@@ -365,9 +378,10 @@ TEST(BlackOil, FieldsWithoutValues) {
                               &unit_of(UnitKind::Pressure, "psia")};
     std::ostringstream stream;
     write_row(stream, entry, units);
-    EXPECT_EQ(stream.str(), "X\tN/A\t-999999\t-999999\t-999999\t1.45038e-34\t-999999\t-999999"
-                            "\t-999999\t0.00000e+00\t-999999\t-999999\t-999999\t-999999"
-                            "\t0.00000e+00\t-999999\t-999999\t-999999\t-999999\n");
+    EXPECT_EQ(stream.str(),
+              "X\tN/A\t-999999\t-999999\t-999999\t1.45038e-34\t-999999\t-999999"
+              "\t-999999\t0.00000e+00\t-999999\t-999999\t-999999\t-999999"
+              "\t0.00000e+00\t-999999\t-999999\t-999999\t-999999\n");
 }
 
 }  // namespace

@@ -41,8 +41,8 @@ void expect_close(double found, long double expected, double tolerance) {
 // In the space of logarithms and inverses no digit is lost at either end: the remainder of
 // exp(-1e-20) is 1e-20, where 1 - 1.0 would be nothing.
 TEST(FactorSpace, ComplementOfALogarithm) {
-    for (const long double log : {-200.0L, -30.0L, -5.0L, -0.8L, -0.69314718055994530942L, -0.1L,
-                                  -1e-6L, -1e-20L, -1e-80L})
+    for (const long double log :
+         {-200.0L, -30.0L, -5.0L, -0.8L, -0.69314718055994530942L, -0.1L, -1e-6L, -1e-20L, -1e-80L})
         for (const Rule result : RULES) {
             const double x = static_cast<double>(log);
             const long double rest = -std::expm1(static_cast<long double>(x));

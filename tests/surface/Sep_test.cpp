@@ -51,8 +51,9 @@ TEST(Sep, ConditionsOfTheLaboratory) {
 }
 
 TEST(Sep, ConditionsThatTheLaboratoryGetsLater) {
-    LabRun run(LIGHT_FLUID + "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\nSEP S\nEND\n"
-                             "TEMP 80 F\nPRES 300 psia\nAPPLY SEP S\n");
+    LabRun run(LIGHT_FLUID +
+               "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\nSEP S\nEND\n"
+               "TEMP 80 F\nPRES 300 psia\nAPPLY SEP S\n");
     ASSERT_FALSE(run.stopped) << run.report();
     EXPECT_NEAR(Separated(run, "S").split.pressure.value, 300 * 6894.757293168361, 1e-6);
 }
@@ -263,8 +264,8 @@ TEST(Sep, VariablesOfTheFeed) {
 }
 
 TEST(Sep, RatiosToNothing) {
-    const std::string fluid = LIGHT_FLUID +
-                              "MIX FEED C1 1\nTEMP 100 F\nPRES 20 psia\nLUMP NEG C3 -1 C1\n";
+    const std::string fluid =
+        LIGHT_FLUID + "MIX FEED C1 1\nTEMP 100 F\nPRES 20 psia\nLUMP NEG C3 -1 C1\n";
     const auto value = [&](const std::string& spec) {
         LabRun run(fluid + "SEP S\n" + spec + " 1\nKVAL 8 2 .1\nEND\n");
         return Separated(run, "S").split.point.at(0);
@@ -280,9 +281,8 @@ TEST(Sep, Refusals) {
     EXPECT_NE(report_of("SEP S 80 F 20 psia\n").find("FATAL ERROR"), std::string::npos);
     const std::string none = report_of("SEP S 80 F 20 psia\n");
     EXPECT_NE(none.find("Illegal \"SEP\" command"), std::string::npos) << none;
-    EXPECT_NE(
-        none.find("Separators cannot be defined without a prior fluid characterization."),
-        std::string::npos);
+    EXPECT_NE(none.find("Separators cannot be defined without a prior fluid characterization."),
+              std::string::npos);
     const std::string oil = report_of(FED + "SEP S\nKVAL 3*2\nOIL 3*.5\n");
     EXPECT_NE(oil.find("Oil factors not allowed for separator \"S\""), std::string::npos) << oil;
     const std::string gas = report_of(FED + "SEP S\nKVAL 3*2\nGAS 3*.5\n");
@@ -317,7 +317,8 @@ TEST(Sep, AnUnknownRuleIsGivenBack) {
 // Later characterizations: the table belongs to the number of components it was written for, and
 // the feed is converted to the separator's own.
 TEST(Sep, AFeedOfAnotherCharacterization) {
-    LabRun run(FED + "SEP S 80 F 300 psia\nEND\n"
+    LabRun run(FED +
+               "SEP S 80 F 300 psia\nEND\n"
                "CHAR Two\nNAME MW TC(K) PC(bar) AF\nC1\nC3\nEND\nEND\n"
                "MIX FEED C1 0.5 C3 0.5\nAPPLY SEP S\n");
     ASSERT_FALSE(run.stopped) << run.report();
@@ -329,7 +330,8 @@ TEST(Sep, AFeedOfAnotherCharacterization) {
 // A characterization changed behind the separator's back.
 TEST(Sep, ATableThatDoesNotFitIsRefused) {
     const auto refused = [](const std::string& other, const std::string& reason) {
-        LabRun run(other + FED + "LUMP HEAVY C3 0.5 N-C10\n"
+        LabRun run(other + FED +
+                   "LUMP HEAVY C3 0.5 N-C10\n"
                    "SEP S 80 F 300 psia\nMOL HEAVY .5\nKVAL 8 2 .1\nEND\n");
         ASSERT_FALSE(run.stopped) << run.report();
         run.lab.current(run.lab.find_charzation("Other"));
@@ -346,14 +348,14 @@ TEST(Sep, ATableThatDoesNotFitIsRefused) {
         EXPECT_NE(why, std::string::npos) << report;
     };
     const std::string head = "CHAR Other\nNAME MW TC(K) PC(bar) AF\nC1\nC3\n";
-    refused(head + "END\nEND\n",
-            "Its table was given for 3 components, where there are 2.");
+    refused(head + "END\nEND\n", "Its table was given for 3 components, where there are 2.");
     refused(head + "N-C10\nEND\nEND\n", "A component or lump of its variables is missing.");
 }
 
 TEST(Sep, ASecondEvaluationGivesTheSame) {
-    LabRun run(FED + "SEP S 300 psia 80 F\nEND\nSEP T\nMOL C1 .4\nINTERP LOG\nKVAL 6 2 .1\n"
-                     "MOL C1 .6\nKVAL 3 1 .01\nEND\nAPPLY SEP S SEP T\n");
+    LabRun run(FED +
+               "SEP S 300 psia 80 F\nEND\nSEP T\nMOL C1 .4\nINTERP LOG\nKVAL 6 2 .1\n"
+               "MOL C1 .6\nKVAL 3 1 .01\nEND\nAPPLY SEP S SEP T\n");
     ASSERT_FALSE(run.stopped) << run.report();
     const std::string first = run.evaluate(EvaluationMode::Final);
     EXPECT_EQ(run.evaluate(EvaluationMode::Final), first);

@@ -40,8 +40,7 @@ inline std::string report_of(const std::string& script) {
 class ScratchDirectory {
 public:
     ScratchDirectory() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "kestrane-XXXXXX").string();
+        std::string pattern = (std::filesystem::temp_directory_path() / "kestrane-XXXXXX").string();
         if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary directory");
         path = pattern;
         auto input = std::make_unique<InFile>();
