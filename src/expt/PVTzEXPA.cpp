@@ -134,7 +134,7 @@ void PVTzEXPA::print_heading(const Section& section, Writer& writer) const {
 
 /// The cell at the basis, and what is known there. False if the experiment can not go on.
 bool PVTzEXPA::start(StageRun& s, Section& section) {
-    removed_gas_ = 0.0;
+    removed_gas_ = two_phase_pressure_ = 0.0;
     const bool wanted = saturation_kind != BasisState::None || !(s.cell.pressure.value > 0.0);
     if (!find_basis(s, wanted)) return false;
     if (command) section.close(*command);
@@ -230,6 +230,13 @@ void PVTzEXPA::setBasis(PVTCell& cell) {
     inverse_volume = reciprocal_or_zero(basis_volume);
 }
 
+/// Below a pressure at which it had a vapor beside it a liquid is gone: what is left there in one
+/// phase, and fills the volume that a gas does, is no liquid.
+bool PVTzEXPA::has_vaporized(const PVTCell& cell) const {
+    constexpr double LEAST_GAS_Z = 0.5;
+    return cell.pressure.value < two_phase_pressure_ && cell.feed_state.z_factor > LEAST_GAS_Z;
+}
+
 /// A single phase has no identity of its own: it stays what it was beside the other phase. The
 /// phases of a pure component are told apart by their roots, and never coexist off its vapor
 /// pressure.
@@ -237,8 +244,10 @@ void PVTzEXPA::identify(PVTCell& cell) {
     if (cell.phase_count >= 2) {
         kept_ln_k_ = cell.ln_k;
         label_ = cell.y_state.fraction > 0.5 ? 1.0 : 0.0;
+        two_phase_pressure_ = cell.pressure.value;
         return;
     }
+    if (has_vaporized(cell)) label_ = 1.0;
     if (is_pure(*cell.feed)) label_ = cell.y_state.fraction > 0.5 ? 1.0 : 0.0;
     cell.y_state.fraction = label_;
     cell.x_state.fraction = 1.0 - label_;

@@ -88,6 +88,21 @@ void expect_basis(const Run& run, double basis, double ExptData::*before, double
     EXPECT_GE(at_basis, 5);
 }
 
+// From two phases at 40 bar straight to a thousandth of a bar: the oil left has vaporized whole. As
+// the liquid it was it would not be removed, and fill 80,000 times the basis volume as such.
+TEST(Depletion, AnOilThatVaporizesWholeIsGas) {
+    ExptRun<PVTzDFLG> run(
+        LIGHT_FLUID + "QMIX FEED C1 0.3 C3 0.3 N-C10 0.4\nTEMP 400 K\nPRES 0 BAR\n",
+        "BUBP\nPRES BAR\n 40\n 0.001\nEND\n");
+    ASSERT_EQ(run.rows().size(), 2u) << run.problems();
+    EXPECT_GT(run.rows()[0].liquid_mole_fraction_1, 0.5);
+    const ExptData& last = run.rows()[1];
+    EXPECT_EQ(last.gas_mole_fraction_1, 1.0);
+    EXPECT_EQ(last.liquid_volume_1, 0.0);
+    EXPECT_NEAR(last.gas_z_factor, 1.0, 1e-3);
+    EXPECT_EQ(last.moles_2, 0.0);
+}
+
 TEST(Depletion, EndsAtTheBasisVolume) {
     for (const std::string& fluid : {OIL, CONDENSATE}) {
         const ExptRun<PVTzCVDG> gas(fluid, STAGES);
