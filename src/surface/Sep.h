@@ -105,7 +105,7 @@ public:
     ValueWithUnit bound_pressure() const;
 
     // Reading.
-    /// Index of the variable of that specification, -1 for a new one.
+    /// Index of the same variable among those known, -1 for a new one.
     int find_variable(const SepVariable& variable) const;
     /// The row at currentPoint, made with smallestFactor if there is none.
     SepRow& row_at_current_point();
