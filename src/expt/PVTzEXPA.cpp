@@ -231,10 +231,10 @@ void PVTzEXPA::setBasis(PVTCell& cell) {
 }
 
 /// Below a pressure at which it had a vapor beside it a liquid is gone: what is left there in one
-/// phase, and fills the volume that a gas does, is no liquid.
+/// phase, and less dense than at its pseudo-critical point, is no liquid. A denser one may be: it
+/// has been cooled, or something was injected.
 bool PVTzEXPA::has_vaporized(const PVTCell& cell) const {
-    constexpr double LEAST_GAS_Z = 0.5;
-    return cell.pressure.value < two_phase_pressure_ && cell.feed_state.z_factor > LEAST_GAS_Z;
+    return cell.pressure.value < two_phase_pressure_ && cell.feed_state.root > 0;
 }
 
 /// A single phase has no identity of its own: it stays what it was beside the other phase. The

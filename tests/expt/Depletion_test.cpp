@@ -103,6 +103,17 @@ TEST(Depletion, AnOilThatVaporizesWholeIsGas) {
     EXPECT_EQ(last.moles_2, 0.0);
 }
 
+// Two phases at 168 bar, then cooled to one at 165 bar: a liquid, though its Z is 0.78.
+TEST(Depletion, AColdOilBelowAPressureOfTwoPhasesStaysOil) {
+    ExptRun<PVTzEXPA> run(
+        LIGHT_FLUID + "QMIX FEED C1 0.5 C3 0.1 N-C10 0.4\nTEMP 400 K\nPRES 168 BAR\n",
+        aligned({"TEMP K|PRES BAR", "400|168", "300|165"}));
+    ASSERT_EQ(run.rows().size(), 2u) << run.problems();
+    EXPECT_GT(run.rows()[0].gas_mole_fraction_1, 0.0);
+    EXPECT_LT(run.rows()[0].gas_mole_fraction_1, 0.5);
+    EXPECT_EQ(run.rows()[1].liquid_mole_fraction_1, 1.0);
+}
+
 TEST(Depletion, EndsAtTheBasisVolume) {
     for (const std::string& fluid : {OIL, CONDENSATE}) {
         const ExptRun<PVTzCVDG> gas(fluid, STAGES);
