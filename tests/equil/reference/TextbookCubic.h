@@ -180,4 +180,7 @@ private:
     std::vector<Real> b_;  ///< b_i/(RT), 1/Pa
 };
 
+extern template class Mixture<double>;
+extern template class Mixture<long double>;
+
 }  // namespace textbook
