@@ -26,6 +26,7 @@ constexpr int STALLED_ROUNDS = 4;
 struct EOSolver::NewtonState {
     PhaseState* trial = nullptr;
     int sense = 1;
+    double least_spread = SPREAD_TRIVIAL;  ///< of w, for the trial to be a phase
     std::span<double> w;         ///< n: ln(trial/feed)
     std::span<double> t;         ///< n: trial composition
     std::span<double> r, r1;     ///< n: residuals, present and previous
@@ -52,12 +53,14 @@ struct EOSolver::NewtonState {
     double error() const { return std::max(res, std::abs(d)); }
 };
 
-int EOSolver::saturation_newton(PhaseState& trial, std::span<double> ln_k, int sense) {
+int EOSolver::saturation_newton(PhaseState& trial, std::span<double> ln_k, int sense,
+                                double least) {
     WorkStack& stack = store_->work;
     const WorkStack::Frame frame(stack);
     NewtonState s;
     s.trial = &trial;
     s.sense = sense;
+    s.least_spread = least;
     s.w = ln_k;
     s.t = comps(trial);
     for (std::span<double>* array : {&s.r, &s.r1, &s.v, &s.step, &s.solution})
@@ -114,7 +117,7 @@ void EOSolver::newton_evaluate(NewtonState& s) {
     s.spread = high - low;
     s.in_range = s.spread < LN_MAX && s.ln_P > LN_MIN && s.ln_P < LN_MAX;
     // The estimate is no trivial one; the roots are those of the point before.
-    s.trivial = s.round > 0 && s.spread <= SPREAD_TRIVIAL && s.trial->root * feed_.root > -2;
+    s.trivial = s.round > 0 && s.spread <= s.least_spread && s.trial->root * feed_.root > -2;
     if (!s.in_range || s.trivial) return;
     const double centre = 0.5 * (low + high);
     double S = 0.0;
