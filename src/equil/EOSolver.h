@@ -272,6 +272,8 @@ private:
     // saturation pressures: next to a critical point
     double least_curvature_pressure();
     void critical_begin(CriticalState& s);
+    double critical_ln_k(const CriticalState& s, std::span<double> w) const;
+    bool critical_newton(const CriticalState& s, std::span<double> w, int sense);
     bool critical_pressure(CriticalState& s, int sense);
     bool critical_expand(CriticalState& s);
     bool critical_direction(CriticalState& s);
@@ -291,6 +293,7 @@ private:
                               std::pair<double, double> bounds);
     bool saturation_approach(SaturationState& s);
     bool saturation_critical_contact(SaturationState& s);
+    bool saturation_pure_contact(SaturationState& s);
     void saturation_keep(SaturationState& s, bool proved);
     bool saturation_is_unstable_outside(SaturationState& s);
     void saturation_publish(SaturationState& s);

@@ -31,8 +31,6 @@ constexpr double FARTHEST = 0.2;         ///< of ln P, from the start
 constexpr double CLOSE = 1e-10;          ///< of ln P
 constexpr double DIFFERENCE = 0.02;      ///< ln K over which derivatives along e are taken
 constexpr double LARGEST_SPREAD = 1.0;   ///< of ln K, for a series in it to be of use
-/// Of ln K: below it rounding spoils Newton's method more than its end spoils the series.
-constexpr double SERIES_SPREAD = 1.5e-3;
 
 double dot(std::span<const double> p, std::span<const double> q) {
     double sum = 0.0;
@@ -68,6 +66,7 @@ struct EOSolver::CriticalState {
     std::span<double> factors;  ///< of B + e e^T, which is far from singular
     double a = 0.0, b = 0.0, c = 0.0;
     double ln_P = 0.0;
+    double slope = 0.0;  ///< of the excess in ln P
 
     /// Zero at saturation; has the sign of the curvature where that is well off it.
     double excess() const { return a - b * b / (3.0 * c); }
@@ -83,27 +82,41 @@ bool EOSolver::saturation_near_critical(std::span<double> w, int sense) {
     critical_begin(s);
     if (!critical_pressure(s, sense)) return false;
     const double along = s.amplitude();
-    for (std::size_t i = 0; i < n_; ++i)
-        s.alpha[i] = along * (s.e[i] - 0.5 * along * s.bend[i]);
-    const auto spread = [&] {
-        for (std::size_t i = 0; i < n_; ++i)
-            w[i] = 2.0 * std::log1p(0.5 * s.alpha[i] / s.root_z[i]);
-        const auto [low, high] = std::ranges::minmax(w);
-        return high - low;
-    };
-    const double apart = spread();
-    if (!(apart < LARGEST_SPREAD)) return false;
-    if (apart > SERIES_SPREAD) {
-        const int end = saturation_newton(trial_, w, sense, 0.5 * SERIES_SPREAD);
-        return end == sense * SATURATION_FOUND;
-    }
+    for (std::size_t i = 0; i < n_; ++i) s.alpha[i] = along * (s.e[i] - 0.5 * along * s.bend[i]);
+    const double spread = critical_ln_k(s, w);
+    if (!(spread < LARGEST_SPREAD)) return false;
+    // Of ln P: what the series leaves out, and what rounding of the tangent plane distance does.
+    const double curvature = s.c * along * along / 12.0;
+    const double left_out = spread * curvature / std::abs(s.slope);
+    const double rounding = 2.0 * NUM_EPS / (std::abs(s.slope) * along * along);
+    if (left_out > rounding && critical_newton(s, w, sense)) return true;
+    if (left_out > 0.5 * P_LOW_LIMIT) return false;
+    set_phase_pressures(std::exp(s.ln_P));
+    evaluate(feed_, 0);
     for (int round = 0; round < POLISH_ROUNDS; ++round) {
         if (!critical_gradient(s)) return false;
         add(s.g, -dot(s.e, s.g), s.e);
         ldl_solve(s.factors, s.g);
         add(s.alpha, -1.0, s.g);
     }
-    return spread() < LARGEST_SPREAD;
+    return critical_ln_k(s, w) < LARGEST_SPREAD;
+}
+
+/// ln(trial/feed); returns their spread.
+double EOSolver::critical_ln_k(const CriticalState& s, std::span<double> w) const {
+    for (std::size_t i = 0; i < n_; ++i) w[i] = 2.0 * std::log1p(0.5 * s.alpha[i] / s.root_z[i]);
+    const auto [low, high] = std::ranges::minmax(w);
+    return high - low;
+}
+
+/// Newton's method from the series. False if it does not converge close to where it began.
+bool EOSolver::critical_newton(const CriticalState& s, std::span<double> w, int sense) {
+    constexpr double NEAR = 0.5;  // of the spread, below which it has run to the feed itself
+    constexpr double SLACK = 1e-3;
+    const auto [low, high] = std::ranges::minmax(w);
+    if (saturation_newton(trial_, w, sense, NEAR * (high - low)) != sense * SATURATION_FOUND)
+        return false;
+    return std::abs(std::log(cell_.pressure.value) - s.ln_P) < SLACK;
 }
 
 /// The pressure of a scan at which the feed is nearest to instability by itself, whether or not it
@@ -145,10 +158,10 @@ bool EOSolver::critical_pressure(CriticalState& s, int sense) {
         if (std::abs(s.ln_P - start) > FARTHEST || !critical_expand(s)) return false;
         const double now = s.excess();
         if (std::abs(step) <= CLOSE || now == 0.0) return true;
-        const double slope = (now - before) / step;
+        s.slope = (now - before) / step;
         // The curvature rises to where the feed is stable.
-        if (!(sense * slope > 0.0)) return false;
-        step = std::clamp(-now / slope, -LARGEST_STEP, LARGEST_STEP);
+        if (!(sense * s.slope > 0.0)) return false;
+        step = std::clamp(-now / s.slope, -LARGEST_STEP, LARGEST_STEP);
         before = now;
     }
     return false;

@@ -243,7 +243,7 @@ bool EOSolver::saturation_approach(SaturationState& s) {
         if (s.P_one > 0.0) {
             const double width = std::abs(s.P_one - s.P_two) / (s.P_one + s.P_two);
             if (width <= critical_width) {
-                if (saturation_critical_contact(s)) {
+                if (saturation_critical_contact(s) || saturation_pure_contact(s)) {
                     saturation_keep(s, true);
                     return true;
                 }
@@ -278,12 +278,23 @@ bool EOSolver::saturation_approach(SaturationState& s) {
 /// The critical point's series from the unstable side of the bracket. True if the pressure that it
 /// leads to agrees with the bracket; that pressure is then the cell's.
 bool EOSolver::saturation_critical_contact(SaturationState& s) {
-    // Tests take the feed for stable where the phases are all but alike.
-    constexpr double SLACK = 1e-4;
     set_phase_pressures(s.P_two);
     if (!saturation_near_critical(s.w, s.sense)) return false;
+    // Tests take the feed for stable where the phases are all but alike.
+    constexpr double SLACK = 1e-4;
     const double found = cell_.pressure.value;
     return s.beyond(found, s.P_two) && s.beyond(s.P_one * (1.0 + s.sense * SLACK), found);
+}
+
+/// A feed of one component and traces is unstable between two pressures next to the vapor pressure
+/// as one component only. At that pressure the feed is liquid or vapor by chance; a little beyond it
+/// the phase asked for. True if that led to a pressure.
+bool EOSolver::saturation_pure_contact(SaturationState& s) {
+    const double P = one_component_pressure();
+    if (std::abs(feed_.root) < 2 || !s.beyond(P, s.P_two) || s.beyond(P, s.P_one)) return false;
+    for (const double step : {1e-9, 1e-11, 1e-13})
+        if (saturation_contact(s, P * (1.0 + s.sense * step), s.sense)) return true;
+    return false;
 }
 
 void EOSolver::saturation_keep(SaturationState& s, bool proved) {

@@ -12,7 +12,8 @@ namespace kestrane {
 namespace {
 
 constexpr int ROUND_LIMIT = 200;
-constexpr int HALVING_LIMIT = 12;
+constexpr int HALVING_LIMIT = 12;         ///< of a step
+constexpr int ALL_HALVINGS_LIMIT = 100;  ///< of all steps; then the iteration goes round in circles
 constexpr int SUBSTITUTIONS_PER_CYCLE = 5;  ///< the last of them is an acceleration
 constexpr double LARGEST_LN_P_STEP = 4.0;
 constexpr double SMALLEST_FRACTION = 1000.0 * DOUBLE_MIN;
@@ -74,7 +75,7 @@ int EOSolver::saturation_newton(PhaseState& trial, std::span<double> ln_k, int s
     while (newton_trial(s)) {
         converged = newton_converged(s);
         if (converged || newton_is_stuck_at_limit(s)) break;
-        if (++s.round > ROUND_LIMIT) break;
+        if (++s.round > ROUND_LIMIT || s.counters[COUNT_HALVINGS] > ALL_HALVINGS_LIMIT) break;
         if (!newton_step(s)) newton_substitution(s);
         newton_limit(s);
         newton_advance(s);
