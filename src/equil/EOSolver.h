@@ -276,6 +276,8 @@ private:
     bool critical_newton(const CriticalState& s, std::span<double> w, int sense);
     bool critical_pressure(CriticalState& s, int sense);
     bool critical_expand(CriticalState& s);
+    bool critical_curve(CriticalState& s, double h);
+    bool critical_derivatives(CriticalState& s, double h);
     bool critical_direction(CriticalState& s);
     bool critical_gradient(CriticalState& s);
 

@@ -6,11 +6,11 @@
 // eigenvalue a near zero, with eigenvector e; the others are near one. Along the curve through the
 // feed on which D is least in all directions but e,
 //
-//     D(s) = a s^2/2 + b s^3/6 + c s^4/24 + ...
+//     D(s) = a s^2/2 + b s^3/6 + c s^4/24 + d s^5/120 + ...
 //
-// The feed is saturated where D and dD/ds vanish at an s other than 0: a = b^2/(3c), s = -2b/c. At
-// the critical point both are 0. The series has relative errors of order s; where the phases are
-// far enough apart for rounding to let it, Newton's method goes on from there.
+// The feed is saturated where D and dD/ds vanish at an s other than 0: b + c s/2 + 3 d s^2/20 = 0
+// and a = c s^2/12 + d s^3/30. At the critical point a and b are 0. Where the phases are far enough
+// apart for rounding to let it, Newton's method goes on from there.
 
 #include <algorithm>
 #include <cmath>
@@ -25,12 +25,13 @@ namespace {
 constexpr int EIGEN_ROUNDS = 12;
 constexpr int PRESSURE_ROUNDS = 15;
 constexpr int POLISH_ROUNDS = 4;
-constexpr double FIRST_STEP = 1e-4;      ///< of ln P
-constexpr double LARGEST_STEP = 0.05;    ///< of ln P, in a round
-constexpr double FARTHEST = 0.2;         ///< of ln P, from the start
-constexpr double CLOSE = 1e-10;          ///< of ln P
-constexpr double DIFFERENCE = 0.02;      ///< ln K over which derivatives along e are taken
-constexpr double LARGEST_SPREAD = 1.0;   ///< of ln K, for a series in it to be of use
+constexpr double FIRST_STEP = 1e-4;         ///< of ln P
+constexpr double LARGEST_STEP = 0.05;       ///< of ln P, in a round
+constexpr double FARTHEST = 0.2;            ///< of ln P, from the start
+constexpr double CLOSE = 1e-10;             ///< of ln P
+constexpr double DIFFERENCE = 0.005;        ///< ln K over which derivatives along e are taken
+constexpr double LARGEST_DIFFERENCE = 0.2;  ///< of any ln K, traces included
+constexpr double LARGEST_SPREAD = 1.0;      ///< of ln K, for a series in it to be of use
 
 double dot(std::span<const double> p, std::span<const double> q) {
     double sum = 0.0;
@@ -50,7 +51,6 @@ struct EOSolver::CriticalState {
     CriticalState(WorkStack& work, std::size_t n)
         : root_z(work.take(n)),
           e(work.take(n)),
-          v(work.take(n)),
           bend(work.take(n)),
           alpha(work.take(n)),
           g(work.take(n)),
@@ -58,19 +58,26 @@ struct EOSolver::CriticalState {
           factors(work.take(n * (n + 1) / 2)) {}
     std::span<double> root_z;   ///< n: sqrt(z)
     std::span<double> e;        ///< n: direction in which the feed becomes unstable, of length 1
-    std::span<double> v;        ///< n: third derivatives, twice along e
     std::span<double> bend;     ///< n: of the curve, which is e s - bend s^2/2
     std::span<double> alpha;    ///< n: trial less feed
     std::span<double> g;        ///< n: gradient there
     std::span<double> B;        ///< packed: Hessian at the feed
     std::span<double> factors;  ///< of B + e e^T, which is far from singular
-    double a = 0.0, b = 0.0, c = 0.0;
+    double a = 0.0, b = 0.0, c = 0.0, d = 0.0;
     double ln_P = 0.0;
     double slope = 0.0;  ///< of the excess in ln P
 
+    /// s of the incipient phase.
+    double amplitude() const {
+        double s = -2.0 * b / c;
+        for (int round = 0; round < 3; ++round) s = -2.0 * b / c - 0.3 * d / c * s * s;
+        return s;
+    }
     /// Zero at saturation; has the sign of the curvature where that is well off it.
-    double excess() const { return a - b * b / (3.0 * c); }
-    double amplitude() const { return -2.0 * b / c; }
+    double excess() const {
+        const double s = amplitude();
+        return a - (c / 12.0 + d * s / 30.0) * s * s;
+    }
 };
 
 /// From the cell's pressure to a saturation pressure near by. True if there is one of that sense;
@@ -85,9 +92,10 @@ bool EOSolver::saturation_near_critical(std::span<double> w, int sense) {
     for (std::size_t i = 0; i < n_; ++i) s.alpha[i] = along * (s.e[i] - 0.5 * along * s.bend[i]);
     const double spread = critical_ln_k(s, w);
     if (!(spread < LARGEST_SPREAD)) return false;
-    // Of ln P: what the series leaves out, and what rounding of the tangent plane distance does.
-    const double curvature = s.c * along * along / 12.0;
-    const double left_out = spread * curvature / std::abs(s.slope);
+    // Of ln P: what the series leaves out, judged by its last term, and what rounding of the
+    // tangent plane distance does.
+    const double ratio = std::max(spread, std::abs(s.d * along / s.c));
+    const double left_out = ratio * ratio * s.c * along * along / (12.0 * std::abs(s.slope));
     const double rounding = 2.0 * NUM_EPS / (std::abs(s.slope) * along * along);
     if (left_out > rounding && critical_newton(s, w, sense)) return true;
     if (left_out > 0.5 * P_LOW_LIMIT) return false;
@@ -172,26 +180,48 @@ bool EOSolver::critical_expand(CriticalState& s) {
     set_phase_pressures(std::exp(s.ln_P));
     evaluate(feed_, 0);
     if (!critical_direction(s)) return false;
-    double largest = 0.0;
-    for (std::size_t i = 0; i < n_; ++i)
-        largest = std::max(largest, std::abs(s.e[i]) / s.root_z[i]);
-    const double h = DIFFERENCE / largest;
-    // Of the gradient, by central differences over h and 2h: odd and even parts along e.
-    std::ranges::fill(s.v, 0.0);
-    double odd = 0.0;
-    for (const double step : {1.0, -1.0, 2.0, -2.0}) {
-        for (std::size_t i = 0; i < n_; ++i) s.alpha[i] = step * h * s.e[i];
-        if (!critical_gradient(s)) return false;
-        const bool near = std::abs(step) == 1.0;
-        add(s.v, (near ? 4.0 : -0.25) / (3.0 * h * h), s.g);
-        odd += (near ? -2.0 * step : 0.5 * step) * dot(s.e, s.g);
+    // D bends with the fourth moment of ln K along e, which traces hardly count in.
+    double moment = 0.0, largest = 0.0;
+    for (std::size_t i = 0; i < n_; ++i) {
+        const double w = s.e[i] / s.root_z[i];
+        moment += s.e[i] * s.e[i] * w * w;
+        largest = std::max(largest, std::abs(w));
     }
-    s.b = dot(s.e, s.v);
-    add(s.v, -s.b, s.e);
-    std::ranges::copy(s.v, s.bend.begin());
+    const double h = std::min(DIFFERENCE / std::sqrt(moment), LARGEST_DIFFERENCE / largest);
+    return critical_curve(s, h) && critical_derivatives(s, h);
+}
+
+/// The curve through the feed: where the gradient's other directions vanish to second order.
+bool EOSolver::critical_curve(CriticalState& s, double h) {
+    std::ranges::fill(s.bend, 0.0);
+    for (const double step : {h, -h}) {
+        for (std::size_t i = 0; i < n_; ++i) s.alpha[i] = step * s.e[i];
+        if (!critical_gradient(s)) return false;
+        add(s.bend, 1.0 / (h * h), s.g);
+    }
+    add(s.bend, -dot(s.e, s.bend), s.e);
     ldl_solve(s.factors, s.bend);
-    s.c = odd / (2.0 * h * h * h) - 3.0 * dot(s.v, s.bend);
-    return s.c > 0.0 && std::isfinite(s.a) && std::isfinite(s.b);
+    return true;
+}
+
+/// Derivatives of D along the curve, from dD/ds at +-h and +-2h.
+bool EOSolver::critical_derivatives(CriticalState& s, double h) {
+    double odd[2] = {0.0, 0.0}, even[2] = {0.0, 0.0};
+    for (const double step : {1.0, -1.0, 2.0, -2.0}) {
+        const double at = step * h;
+        for (std::size_t i = 0; i < n_; ++i) s.alpha[i] = at * (s.e[i] - 0.5 * at * s.bend[i]);
+        if (!critical_gradient(s)) return false;
+        const double half = 0.5 * (dot(s.g, s.e) - at * dot(s.g, s.bend));
+        const std::size_t place = std::abs(step) > 1.0;
+        odd[place] += step > 0.0 ? half : -half;
+        even[place] += half;
+    }
+    const double h2 = h * h;
+    s.b = (16.0 * even[0] - even[1]) / (6.0 * h2);
+    // With the first derivative from the Hessian, which leaves out less.
+    s.c = (32.0 * odd[0] - odd[1] - 30.0 * s.a * h) / (4.0 * h * h2);
+    s.d = 2.0 * (even[1] - 4.0 * even[0]) / (h2 * h2);
+    return s.c > 0.0 && std::isfinite(s.a) && std::isfinite(s.b) && std::isfinite(s.d);
 }
 
 /// Smallest eigenvalue of the Hessian at the feed and its vector, by inverse iteration.

@@ -287,8 +287,8 @@ bool EOSolver::saturation_critical_contact(SaturationState& s) {
 }
 
 /// A feed of one component and traces is unstable between two pressures next to the vapor pressure
-/// as one component only. At that pressure the feed is liquid or vapor by chance; a little beyond it
-/// the phase asked for. True if that led to a pressure.
+/// as one component only. At that pressure the feed is liquid or vapor by chance; a little beyond
+/// it the phase asked for. True if that led to a pressure.
 bool EOSolver::saturation_pure_contact(SaturationState& s) {
     const double P = one_component_pressure();
     if (std::abs(feed_.root) < 2 || !s.beyond(P, s.P_two) || s.beyond(P, s.P_one)) return false;

@@ -43,7 +43,19 @@ inline void solve_linear(std::vector<std::vector<long double>> a, std::vector<lo
 /// w and the sum with the fourth, double precision would not do.
 class SaturationNewton {
 public:
-    SaturationNewton(const Fluid& fluid, double T) : fluid_(fluid), mixture_(fluid, T) {}
+    /// Liquids are on the low root of the cubic, vapors on the high one, where there are two: the
+    /// one of least Gibbs energy may change between points of a difference.
+    SaturationNewton(const Fluid& fluid, double T, bool liquid_feed)
+        : fluid_(fluid),
+          mixture_(fluid, T),
+          z_(fluid.z.begin(), fluid.z.end()),
+          feed_root_(liquid_feed ? Root::Low : Root::High),
+          trial_root_(liquid_feed ? Root::High : Root::Low) {
+        // Fractions that sum to 1 in double only would hide what is looked for.
+        long double sum = 0;
+        for (const long double part : z_) sum += part;
+        for (long double& part : z_) part /= sum;
+    }
 
     SaturationPoint run(double P, std::span<const double> ln_k, int rounds = 30) const {
         const std::size_t n = fluid_.n();
@@ -53,13 +65,12 @@ public:
             std::vector<long double> step = conditions(x);
             std::vector<std::vector<long double>> slopes(n + 1, std::vector<long double>(n + 1));
             for (std::size_t j = 0; j <= n; ++j) {
-                constexpr long double H = 1e-5L;
+                constexpr long double H = 1e-6L;
                 std::vector<long double> up = x, down = x;
                 up[j] += H;
                 down[j] -= H;
                 const std::vector<long double> above = conditions(up), below = conditions(down);
-                for (std::size_t i = 0; i <= n; ++i)
-                    slopes[i][j] = (above[i] - below[i]) / (2 * H);
+                for (std::size_t i = 0; i <= n; ++i) slopes[i][j] = (above[i] - below[i]) / (2 * H);
             }
             solve_linear(std::move(slopes), step);
             long double largest = 0;
@@ -82,12 +93,12 @@ private:
     std::vector<long double> conditions(const std::vector<long double>& x) const {
         const std::size_t n = fluid_.n();
         const long double P = std::exp(x[n]);
-        const std::vector<long double> z(fluid_.z.begin(), fluid_.z.end());
         std::vector<long double> t(n);
         long double sum = 0;
-        for (std::size_t i = 0; i < n; ++i) sum += t[i] = z[i] * std::exp(x[i]);
+        for (std::size_t i = 0; i < n; ++i) sum += t[i] = z_[i] * std::exp(x[i]);
         for (long double& part : t) part /= sum;
-        const Phase<long double> feed = mixture_.phase(P, z), trial = mixture_.phase(P, t);
+        const Phase<long double> feed = mixture_.phase(P, z_, feed_root_);
+        const Phase<long double> trial = mixture_.phase(P, t, trial_root_);
         std::vector<long double> f(n + 1);
         for (std::size_t i = 0; i < n; ++i) f[i] = x[i] + trial.ln_phi[i] - feed.ln_phi[i];
         f[n] = std::log(sum);
@@ -96,6 +107,8 @@ private:
 
     const Fluid& fluid_;
     Mixture<long double> mixture_;
+    std::vector<long double> z_;
+    Root feed_root_, trial_root_;
 };
 
 }  // namespace textbook
