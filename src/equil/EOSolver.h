@@ -2,6 +2,7 @@
 
 #include <array>
 #include <span>
+#include <utility>
 
 #include "equil/EOS.h"
 #include "equil/Numerics.h"
@@ -139,8 +140,16 @@ public:
     ///   trial  in/out     incipient phase
     ///   ln_k   in/out  n  ln(trial/feed), an estimate in
     ///   sense  in         +1: the feed is stable above the pressure sought, -1: below
+    ///   least  in         spread of ln K below which the trial has become the feed
     /// Returns a SaturationEnd, times `sense` for a pressure found. That goes to the cell.
-    int saturation_newton(PhaseState& trial, std::span<double> ln_k, int sense);
+    int saturation_newton(PhaseState& trial, std::span<double> ln_k, int sense,
+                          double least = SPREAD_TRIVIAL);
+    /// A feed in equilibrium with an incipient phase that is all but the feed, by the critical
+    /// point's series, from the cell's pressure.
+    ///   ln_k   out  n  ln(incipient/feed)
+    ///   sense  in      as above
+    /// True if one was found near by; its pressure goes to the cell.
+    bool saturation_near_critical(std::span<double> ln_k, int sense);
     /// Moves the fluid of a cell just flashed up (height > 0, m) or down in gravity at constant
     /// temperature: composition and pressure of the feed, and the phases there. A cell of two
     /// phases goes on from the lighter one upward and from the heavier one downward.
@@ -176,6 +185,7 @@ private:
     struct SavedSplit;
     struct NewtonState;
     struct SaturationState;
+    struct CriticalState;
     struct ConvergenceState;
     struct GravityNewton;
     struct Column;
@@ -259,6 +269,18 @@ private:
     void newton_advance(NewtonState& s) const;
     int newton_end(NewtonState& s, bool converged);
 
+    // saturation pressures: next to a critical point
+    double least_curvature_pressure();
+    void critical_begin(CriticalState& s);
+    double critical_ln_k(const CriticalState& s, std::span<double> w) const;
+    bool critical_newton(const CriticalState& s, std::span<double> w, int sense);
+    bool critical_pressure(CriticalState& s, int sense);
+    bool critical_expand(CriticalState& s);
+    bool critical_curve(CriticalState& s, double h);
+    bool critical_derivatives(CriticalState& s, double h);
+    bool critical_direction(CriticalState& s);
+    bool critical_gradient(CriticalState& s);
+
     // saturation pressures: the search
     void saturation_of_one_component(SaturationState& s, double P0);
     void saturation_search(SaturationState& s);
@@ -269,7 +291,11 @@ private:
     void saturation_first_contact(SaturationState& s);
     bool saturation_far_side(SaturationState& s, double P);
     void saturation_scan(SaturationState& s, double start);
+    bool saturation_scan_from(SaturationState& s, double start, double factor,
+                              std::pair<double, double> bounds);
     bool saturation_approach(SaturationState& s);
+    bool saturation_critical_contact(SaturationState& s);
+    bool saturation_pure_contact(SaturationState& s);
     void saturation_keep(SaturationState& s, bool proved);
     bool saturation_is_unstable_outside(SaturationState& s);
     void saturation_publish(SaturationState& s);

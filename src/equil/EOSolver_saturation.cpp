@@ -22,6 +22,9 @@ namespace {
 constexpr int REGION_LIMIT = 20;     ///< two-phase regions, one beyond the other
 constexpr int APPROACH_LIMIT = 150;  ///< pressures tried to close a bracket
 constexpr double FIRST_FACTOR = 4.0;
+/// Half the relative width of a bracket at which the critical point's series is tried first, and
+/// how much narrower it is at each next time.
+constexpr double CRITICAL_WIDTH = 0.01, CRITICAL_NARROWING = 8.0;
 constexpr double LARGEST_FACTOR = 4096.0;
 /// Below this the products of pressures in the cubic leave the range of doubles.
 constexpr double P_SMALLEST = 1e-145;
@@ -187,24 +190,40 @@ bool EOSolver::saturation_far_side(SaturationState& s, double P) {
 }
 
 /// Goes through all pressures, the nearer to the start the sooner, for one where the feed is
-/// unstable or has a stationary point that leads to the boundary.
+/// unstable or has a stationary point that leads to the boundary. A region next to its highest
+/// temperature is narrower than the steps; it is looked for where the feed is nearest to unstable.
 void EOSolver::saturation_scan(SaturationState& s, double start) {
-    constexpr double FACTOR = 1.6;
+    constexpr double FACTOR = 1.6, FINE_FACTOR = 1.03;
     constexpr double LOWEST = 1e-3;  // Pa
+    constexpr double WIDTH = 1.4;    // of the closer look, up and down
+    if (saturation_scan_from(s, start, FACTOR, {LOWEST, P_HIGH_LIMIT})) return;
+    const double P = least_curvature_pressure();
+    if (P > 0.0)
+        saturation_scan_from(s, P, FINE_FACTOR, {P / WIDTH, std::min(P * WIDTH, P_HIGH_LIMIT)});
+}
+
+/// Tries pressures in steps of a factor up and down from `start`, between bounds. True if one of
+/// them leads on.
+bool EOSolver::saturation_scan_from(SaturationState& s, double start, double factor,
+                                    std::pair<double, double> bounds) {
     double above = start, below = start;
-    while (above < P_HIGH_LIMIT || below > LOWEST) {
-        above *= FACTOR;
-        below /= FACTOR;
+    while (above < bounds.second || below > bounds.first) {
+        above *= factor;
+        below /= factor;
         for (const double P : {above, below}) {
-            if (P > P_HIGH_LIMIT || P < LOWEST) continue;
-            if (saturation_contact(s, P, s.sense)) return saturation_keep(s, true);
+            if (P > bounds.second || P < bounds.first) continue;
+            if (saturation_contact(s, P, s.sense)) {
+                saturation_keep(s, true);
+                return true;
+            }
             if (s.unstable) {
                 s.P_two = P;
-                return;
+                return true;
             }
-            if (saturation_far_side(s, P)) return;
+            if (saturation_far_side(s, P)) return true;
         }
     }
+    return false;
 }
 
 /// From an unstable feed at P_two to the boundary: the Newton iteration from pressures ever nearer
@@ -218,11 +237,19 @@ bool EOSolver::saturation_approach(SaturationState& s) {
             return true;
         }
     }
-    double factor = FIRST_FACTOR;
+    double factor = FIRST_FACTOR, critical_width = CRITICAL_WIDTH;
     for (int round = 0; round < APPROACH_LIMIT; ++round) {
         double P = 0.0;
         if (s.P_one > 0.0) {
-            if (std::abs(s.P_one - s.P_two) <= 0.5 * P_LOW_LIMIT * (s.P_one + s.P_two)) break;
+            const double width = std::abs(s.P_one - s.P_two) / (s.P_one + s.P_two);
+            if (width <= critical_width) {
+                if (saturation_critical_contact(s) || saturation_pure_contact(s)) {
+                    saturation_keep(s, true);
+                    return true;
+                }
+                critical_width = width / CRITICAL_NARROWING;
+            }
+            if (width <= 0.5 * P_LOW_LIMIT) break;
             P = std::sqrt(s.P_one) * std::sqrt(s.P_two);
         } else {
             P = s.sense > 0 ? std::min(s.P_two * factor, P_HIGH_LIMIT) : s.P_two / factor;
@@ -246,6 +273,28 @@ bool EOSolver::saturation_approach(SaturationState& s) {
     std::ranges::copy(ln_k(), s.w.begin());
     saturation_keep(s, false);
     return true;
+}
+
+/// The critical point's series from the unstable side of the bracket. True if the pressure that it
+/// leads to agrees with the bracket; that pressure is then the cell's.
+bool EOSolver::saturation_critical_contact(SaturationState& s) {
+    set_phase_pressures(s.P_two);
+    if (!saturation_near_critical(s.w, s.sense)) return false;
+    // Tests take the feed for stable where the phases are all but alike.
+    constexpr double SLACK = 1e-4;
+    const double found = cell_.pressure.value;
+    return s.beyond(found, s.P_two) && s.beyond(s.P_one * (1.0 + s.sense * SLACK), found);
+}
+
+/// A feed of one component and traces is unstable between two pressures next to the vapor pressure
+/// as one component only. At that pressure the feed is liquid or vapor by chance; a little beyond
+/// it the phase asked for. True if that led to a pressure.
+bool EOSolver::saturation_pure_contact(SaturationState& s) {
+    const double P = one_component_pressure();
+    if (std::abs(feed_.root) < 2 || !s.beyond(P, s.P_two) || s.beyond(P, s.P_one)) return false;
+    for (const double step : {1e-9, 1e-11, 1e-13})
+        if (saturation_contact(s, P * (1.0 + s.sense * step), s.sense)) return true;
+    return false;
 }
 
 void EOSolver::saturation_keep(SaturationState& s, bool proved) {

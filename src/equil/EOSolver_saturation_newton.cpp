@@ -12,7 +12,8 @@ namespace kestrane {
 namespace {
 
 constexpr int ROUND_LIMIT = 200;
-constexpr int HALVING_LIMIT = 12;
+constexpr int HALVING_LIMIT = 12;         ///< of a step
+constexpr int ALL_HALVINGS_LIMIT = 100;  ///< of all steps; then the iteration goes round in circles
 constexpr int SUBSTITUTIONS_PER_CYCLE = 5;  ///< the last of them is an acceleration
 constexpr double LARGEST_LN_P_STEP = 4.0;
 constexpr double SMALLEST_FRACTION = 1000.0 * DOUBLE_MIN;
@@ -26,6 +27,7 @@ constexpr int STALLED_ROUNDS = 4;
 struct EOSolver::NewtonState {
     PhaseState* trial = nullptr;
     int sense = 1;
+    double least_spread = SPREAD_TRIVIAL;  ///< of w, for the trial to be a phase
     std::span<double> w;         ///< n: ln(trial/feed)
     std::span<double> t;         ///< n: trial composition
     std::span<double> r, r1;     ///< n: residuals, present and previous
@@ -52,12 +54,14 @@ struct EOSolver::NewtonState {
     double error() const { return std::max(res, std::abs(d)); }
 };
 
-int EOSolver::saturation_newton(PhaseState& trial, std::span<double> ln_k, int sense) {
+int EOSolver::saturation_newton(PhaseState& trial, std::span<double> ln_k, int sense,
+                                double least) {
     WorkStack& stack = store_->work;
     const WorkStack::Frame frame(stack);
     NewtonState s;
     s.trial = &trial;
     s.sense = sense;
+    s.least_spread = least;
     s.w = ln_k;
     s.t = comps(trial);
     for (std::span<double>* array : {&s.r, &s.r1, &s.v, &s.step, &s.solution})
@@ -71,7 +75,7 @@ int EOSolver::saturation_newton(PhaseState& trial, std::span<double> ln_k, int s
     while (newton_trial(s)) {
         converged = newton_converged(s);
         if (converged || newton_is_stuck_at_limit(s)) break;
-        if (++s.round > ROUND_LIMIT) break;
+        if (++s.round > ROUND_LIMIT || s.counters[COUNT_HALVINGS] > ALL_HALVINGS_LIMIT) break;
         if (!newton_step(s)) newton_substitution(s);
         newton_limit(s);
         newton_advance(s);
@@ -114,7 +118,7 @@ void EOSolver::newton_evaluate(NewtonState& s) {
     s.spread = high - low;
     s.in_range = s.spread < LN_MAX && s.ln_P > LN_MIN && s.ln_P < LN_MAX;
     // The estimate is no trivial one; the roots are those of the point before.
-    s.trivial = s.round > 0 && s.spread <= SPREAD_TRIVIAL && s.trial->root * feed_.root > -2;
+    s.trivial = s.round > 0 && s.spread <= s.least_spread && s.trial->root * feed_.root > -2;
     if (!s.in_range || s.trivial) return;
     const double centre = 0.5 * (low + high);
     double S = 0.0;
