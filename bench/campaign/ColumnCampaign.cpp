@@ -139,9 +139,9 @@ private:
     Failure failure_of(const CellRecord& record, double height) {
         if (!(potential_error(reference_, station_of(record), height) <= POTENTIAL))
             return UNEQUAL_POTENTIAL;
-        // A contact may lie at the very height.
-        if (record.two_phase()) return FAILURE_COUNT;
-        return judge_.failure_of(record);
+        if (!record.two_phase()) return judge_.failure_of(record);
+        // A contact may lie at the very height, but no more than that.
+        return judge_.is_unstable(record, record.P) ? ONE_PHASE_UNSTABLE : FAILURE_COUNT;
     }
 
     /// To each height from the one before, the gradient there, and the way back.

@@ -39,21 +39,22 @@ std::string without_time(const std::string& text) {
     return std::regex_replace(text, time, "$1: T seconds");
 }
 
-DiskRun run_script(const ChildRun& child, const std::string& script,
-                   const std::string& report = "out", const Preparation& before = {}) {
+/// A run with its report beside the script, or on standard output.
+DiskRun run_script(const ChildRun& child, const std::string& script, bool report_file = true,
+                   const Preparation& before = {}) {
     child.put("in.dat", script);
     DiskRun run;
     run.result = child.run(
         [&] {
-            const std::string target = report.starts_with('/') ? report : child.path(report);
-            std::vector<std::string> texts{"kestrane", child.path("in.dat"), target};
+            std::vector<std::string> texts{"kestrane", child.path("in.dat")};
+            if (report_file) texts.push_back(child.path("out"));
             std::vector<char*> argv;
             for (std::string& text : texts) argv.push_back(text.data());
             Kestrane program;
             return program.Main(static_cast<int>(argv.size()), argv.data());
         },
         "", before);
-    run.report = without_time(child.get("out"));
+    run.report = without_time(report_file ? child.get("out") : run.result.out);
     if (std::filesystem::is_regular_file(child.path("in.bot"))) run.table = child.get("in.bot");
     return run;
 }
@@ -115,36 +116,41 @@ protected:
 TEST_F(Disk, ConsoleThatTakesNothingLeavesTheRestWhole) {
     for (const Preparation& before : {stream_at(2, "/dev/full"), closed_pipe_at(2)}) {
         forget();
-        const DiskRun run = run_script(child, SCRIPT, "out", before);
+        const DiskRun run = run_script(child, SCRIPT, true, before);
         EXPECT_EQ(run.result.status, 0);
         EXPECT_EQ(run.report, whole.report);
         EXPECT_EQ(run.table, whole.table);
     }
 }
 
-TEST_F(Disk, ReportThatTakesNothingIsTold) {
-    forget();
-    const DiskRun run = run_script(child, SCRIPT, "/dev/full");
-    EXPECT_EQ(run.result.status, 0);
-    EXPECT_NE(run.result.err.find("Could not write all of the report to file \"/dev/full\""),
-              std::string::npos)
-        << run.result.err;
+TEST_F(Disk, ReportThatTakesNothingIsToldAndTheTableWhole) {
+    for (const Preparation& before : {stream_at(1, "/dev/full"), closed_pipe_at(1)}) {
+        forget();
+        const DiskRun run = run_script(child, SCRIPT, false, before);
+        EXPECT_EQ(run.result.status, 0);
+        EXPECT_NE(run.result.err.find("Could not write all of the report to standard output"),
+                  std::string::npos)
+            << run.result.err;
+        EXPECT_EQ(run.table, whole.table);
+    }
 }
 
-TEST_F(Disk, FullForAllFilesIsToldOfEach) {
+TEST_F(Disk, FullForAllFilesLeavesNoPartOfATable) {
     forget();
-    const DiskRun run = run_script(child, SCRIPT, "out", disk_of(200));
+    const DiskRun run = run_script(child, SCRIPT, true, disk_of(200));
     EXPECT_EQ(run.result.status, 0);
     EXPECT_EQ(run.table, "");
     EXPECT_LE(run.report.size(), 200u);
 }
 
 TEST_F(Disk, TableOnAFullDiskIsTakenBackWhole) {
-    // The first table fits and the second does not; the report is elsewhere.
-    const rlim_t room = whole.table.size() + whole.table.size() / 2;
-    const Preparation full = disk_of(room);
+    // The first table fits and the second does not; the report is on no disk.
+    const auto full = [room = whole.table.size() + whole.table.size() / 2] {
+        stream_at(1, "/dev/null")();
+        disk_of(room)();
+    };
     forget();
-    const DiskRun run = run_script(child, SCRIPT + TABLE + TABLE, "/dev/null", full);
+    const DiskRun run = run_script(child, SCRIPT + TABLE + TABLE, false, full);
     EXPECT_EQ(run.result.status, 0);
     EXPECT_EQ(run.table, whole.table);
     const std::string told = "Could not write all of the black oil tables to file";
@@ -157,7 +163,7 @@ TEST_F(Disk, TableWhoseReaderGoesAwayIsTold) {
     forget();
     const std::string name = child.path("in.bot");
     ASSERT_EQ(mkfifo(name.c_str(), 0600), 0);
-    const DiskRun run = run_script(child, SCRIPT, "out", [&] {
+    const DiskRun run = run_script(child, SCRIPT, true, [&] {
         // Reads nothing: goes as soon as the writer has come.
         std::thread([name] { close(open(name.c_str(), O_RDONLY)); }).detach();
     });
