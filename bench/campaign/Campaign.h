@@ -62,6 +62,10 @@ private:
 Tally flash_campaign(const Options& options);
 /// Saturation pressures: an upper and a lower one a case.
 Tally saturation_campaign(const Options& options);
+/// Expansions, volume depletions and liberations: an experiment a case, its stages the answers.
+Tally depletion_campaign(const Options& options);
+/// Columns in gravity: a column a case, its stations and contacts the answers.
+Tally column_campaign(const Options& options);
 
 /// Calls `run` for each case until cases or seconds are used up.
 void for_each_case(const Options& options, const std::function<void(std::uint64_t)>& run);

@@ -10,10 +10,12 @@ namespace kestrane::campaign {
 namespace {
 
 constexpr std::array<const char*, FAILURE_COUNT> NAMES{
-    "one phase, unstable", "a better split exists",  "third phase untold", "unequal fugacities",
-    "no material balance", "Gibbs above the feed's", "wrong root",         "density out of bounds",
-    "no two-phase side",   "unstable outside",       "falsely not found",  "falsely above limit",
-    "convergence warning", "wrong, but warned of"};
+    "one phase, unstable", "a better split exists",  "third phase untold",  "unequal fugacities",
+    "no material balance", "Gibbs above the feed's", "wrong root",          "density out of bounds",
+    "no two-phase side",   "unstable outside",       "phase misnamed",      "no stage balance",
+    "wrong stage volume",  "unequal potential",      "pressure gradient",   "not reversible",
+    "wrong contact",       "falsely not found",      "falsely above limit", "convergence warning",
+    "wrong, but warned of"};
 constexpr int NAME_WIDTH = 26, WIDTH = 13;
 
 double per_million(long count, long of) {
@@ -90,6 +92,10 @@ long Tally::silent() const {
     return sum;
 }
 
+const char* Tally::name(Failure failure) {
+    return failure < FAILURE_COUNT ? NAMES[failure] : "none";
+}
+
 void Tally::print(std::ostream& out) const {
     out << answers() << ' ' << what_ << '\n';
     for (std::size_t mode = 0; mode < modes_.size(); ++mode)
@@ -121,6 +127,8 @@ void Tally::print_failures(std::ostream& out) const {
 }
 
 void Tally::print_evaluations(std::ostream& out) const {
+    if (std::ranges::all_of(evaluations_, [](const Histogram& all) { return all.worst() == 0; }))
+        return;
     out << "\nEvaluations of ln phi\n"
         << std::left << std::setw(NAME_WIDTH + 2) << "" << std::right << std::setw(WIDTH)
         << "median" << std::setw(WIDTH) << "99.9 %" << std::setw(WIDTH) << "worst"

@@ -21,6 +21,13 @@ enum Failure : std::size_t {
     DENSITY,              ///< not positive, or beyond the covolume
     NOT_INSIDE,           ///< a saturation pressure with no two-phase side
     UNSTABLE_OUTSIDE,     ///< a saturation pressure with two phases beyond it
+    MISNAMED,             ///< a phase is called liquid that is vapor, or the reverse
+    STAGE_BALANCE,        ///< what a stage takes out and leaves is not what it began with
+    STAGE_VOLUME,         ///< volumes are not those of the phases, or not brought back
+    UNEQUAL_POTENTIAL,    ///< ln f changes otherwise with height than by M g/(R T)
+    PRESSURE_GRADIENT,    ///< the pressure changes otherwise with height than by density
+    NOT_REVERSIBLE,       ///< the way back along a column ends elsewhere
+    WRONG_CONTACT,        ///< no equilibrium at a contact, or none between gas and oil
     FALSELY_NOT_FOUND,    ///< "could not be found", but there is one
     FALSELY_ABOVE_LIMIT,  ///< "still two-phase" at the limit, but it is one phase
     UNCONVERGED,          ///< a warning of convergence, whatever the answer
@@ -61,6 +68,7 @@ public:
     /// Wrong answers without a warning.
     long silent() const;
     long of(Failure failure) const;
+    static const char* name(Failure failure);
     void print(std::ostream& out) const;
     /// The cases that failed, the worst kinds first, one a line.
     void print_cases(std::ostream& out, std::size_t most) const;

@@ -1,21 +1,24 @@
 // Draws fluids and states from a seed, calculates, judges every answer apart from the solver, and
 // counts what was wrong.
 //
-//   campaign [flash|saturation|all] [--seed S] [--count N] [--seconds T] [--kinds light,sour,...]
+//   campaign [flash|saturation|depletion|column|all] [--seed S] [--count N] [--seconds T] [--kinds
+//   light,sour,...]
 //            [--case N] [--starts R] [--iterations I]
 //
-// --count is the number of flashes and of saturation pressures. --case runs one case again and
-// tells each step and the fluid, as source. Ends with status 1 if an answer was wrong without a
-// warning, more than 20 of a million flashes ended in a warning of convergence, or more than 20 of
-// 100,000 saturation pressures in a false "could not be found".
+// --count is the number of flashes, of saturation pressures, of experiments and of columns. --case
+// runs one case again and tells each step and the fluid, as source. Ends with status 1 if an answer
+// was wrong without a warning, more than 20 of a million flashes ended in a warning of convergence,
+// or more than 20 of 100,000 other answers in a false "could not be found".
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "Campaign.h"
 
@@ -27,6 +30,8 @@ struct Request {
     std::string what = "all";
     long count = 3000;
 };
+
+constexpr std::array<std::string_view, 4> WHATS{"flash", "saturation", "depletion", "column"};
 
 unsigned kinds_named(const std::string& list) {
     unsigned kinds = 0;
@@ -44,7 +49,7 @@ Request request_of(int argc, char** argv) {
     Request request;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
-        if (word == "flash" || word == "saturation" || word == "all") {
+        if (word == "all" || std::ranges::find(WHATS, word) != WHATS.end()) {
             request.what = word;
             continue;
         }
@@ -86,16 +91,24 @@ bool report(const Tally& tally, const Options& options, bool flashes) {
     return tally.silent() == 0 && static_cast<double>(warnings) <= allowed;
 }
 
+/// One kind of campaign; `answers` come with each case.
+struct Campaign {
+    std::string_view what;
+    Tally (*run)(const Options&);
+    long answers;
+};
+
 bool run(Request request) {
+    constexpr Campaign CAMPAIGNS[] = {{"flash", flash_campaign, 3},
+                                      {"saturation", saturation_campaign, 2},
+                                      {"depletion", depletion_campaign, 1},
+                                      {"column", column_campaign, 1}};
     bool passed = true;
     Options& options = request.options;
-    if (request.what != "saturation") {
-        options.cases = options.verbose ? 1 : (request.count + 2) / 3;
-        passed = report(flash_campaign(options), options, true) && passed;
-    }
-    if (request.what != "flash") {
-        options.cases = options.verbose ? 1 : (request.count + 1) / 2;
-        passed = report(saturation_campaign(options), options, false) && passed;
+    for (const Campaign& each : CAMPAIGNS) {
+        if (request.what != "all" && request.what != each.what) continue;
+        options.cases = options.verbose ? 1 : (request.count + each.answers - 1) / each.answers;
+        passed = report(each.run(options), options, each.what == "flash") && passed;
     }
     return passed;
 }

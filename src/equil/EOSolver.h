@@ -320,8 +320,9 @@ private:
     void column_begin(Column& c, double height);
     bool column_cannot_leave(const Column& c) const;
     bool column_direct(Column& c);
+    void column_across_verge(Column& c);
     void column_follow(Column& c);
-    int column_step(Column& c, double step, bool from_phase);
+    int column_step(Column& c, double step, const PhaseState* from);
     void column_split(Column& c);
     void column_accept(Column& c, double step);
     void column_return(Column& c);

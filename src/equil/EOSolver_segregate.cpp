@@ -23,6 +23,8 @@ constexpr int SEARCH_LIMIT = 200;             ///< points tried for one contact
 const double CLOSE = 1.4901161193847656e-08;  ///< of the column's height, where a contact is found
 /// Phase fraction below which a phase is on the verge of vanishing.
 constexpr double VERGE = 1e-8;
+/// Relative difference of pressures beyond rounding.
+constexpr double SAME_PRESSURE = 1e-9;
 /// Product of phase fractions that is zero for a contact.
 constexpr double NO_PRODUCT = 1e-14;
 /// Stands for the product of phase fractions of a fluid without a tie-line.
@@ -105,16 +107,33 @@ bool EOSolver::column_cannot_leave(const Column& c) const {
 
 /// Solves for the point at the full height. True if the fluid there is stable.
 bool EOSolver::column_direct(Column& c) {
-    c.end = column_step(c, c.height, false);
+    c.end = column_step(c, c.height, nullptr);
     for (int more = DIRECT_TRIES; c.end == GRAVITY_CONVERGED; --more) {
         if (cell_.phase_count < 2 || column_at_verge()) {
+            if (cell_.phase_count >= 2) column_across_verge(c);
             column_accept(c, c.left());
             return true;
         }
         if (more == 0) break;
-        c.end = column_step(c, c.height, true);
+        c.end = column_step(c, c.height, c.up() ? &y_ : &x_);
     }
     return false;
+}
+
+/// A fluid of which no more than a trace can condense is next to one phase far beyond its contact.
+/// Of two fluids of the same potentials the one of higher pressure is stable (a difference by
+/// rounding alone is a contact): if that is the one on the other side, it takes the cell.
+void EOSolver::column_across_verge(Column& c) {
+    const WorkStack::Frame frame(store_->work);
+    const std::span<double> kept = store_->work.take(n_);
+    std::ranges::copy(comps(feed_), kept.begin());
+    const double P = cell_.pressure.value;
+    const bool solved =
+        column_step(c, c.height, y_.fraction > 0.5 ? &x_ : &y_) == GRAVITY_CONVERGED;
+    if (solved && cell_.phase_count < 2 && cell_.pressure.value > P * (1.0 + SAME_PRESSURE)) return;
+    std::ranges::copy(kept, feed_.comps);
+    cell_.pressure.value = P;
+    column_split(c);
 }
 
 /// Follows the fluid as far as it is one, in steps over which it changes but gradually. On its way
@@ -123,7 +142,7 @@ void EOSolver::column_follow(Column& c) {
     double step = c.height;
     for (int trial = 0; trial < TRIAL_LIMIT && c.done != c.height; ++trial) {
         if (std::abs(step) > std::abs(c.left())) step = c.left();
-        c.end = column_step(c, step, false);
+        c.end = column_step(c, step, nullptr);
         const bool solved = c.end == GRAVITY_CONVERGED;
         const double other = c.gas ? x_.fraction : y_.fraction;
         if (solved && cell_.phase_count >= 2 && !c.verge && other >= 0.0)
@@ -147,19 +166,20 @@ void EOSolver::column_follow(Column& c) {
     column_return(c);
 }
 
-/// The fluid at `step` above the last point, as the cell's feed and flashed. `from_phase`: solved
-/// for from the phase of the present split that goes on in the column's direction.
-int EOSolver::column_step(Column& c, double step, bool from_phase) {
+/// The fluid at `step` above the last point, as the cell's feed and flashed. It is solved for from
+/// that phase of the present split, or from the last point.
+int EOSolver::column_step(Column& c, double step, const PhaseState* from) {
     {
         const WorkStack::Frame frame(store_->work);
         GravityNewton s(store_->work, n_);
         s.z = c.z;
         s.P_ref = c.P;
         s.damping = c.damping;
-        const std::span<const double> phase = comps(c.up() ? y_ : x_);
-        if (from_phase)
+        if (from) {
+            const std::span<const double> phase = comps(*from);
             for (std::size_t i = 0; i < n_; ++i)
                 s.w[i] = s.is_absent(i) ? 0.0 : std::log(phase[i] / c.z[i]);
+        }
         gravity_target(s, step);
         gravity_first_pressure(s, step);
         if (gravity_newton(s) != GRAVITY_CONVERGED) return s.end;
@@ -231,7 +251,7 @@ void EOSolver::column_search(Column& c, double step) {
             width = std::abs(high - low);
         }
         if (bisect) next = 0.5 * (low + high);
-        c.end = column_step(c, next, false);
+        c.end = column_step(c, next, nullptr);
         const bool solved = c.end == GRAVITY_CONVERGED;
         const double product = x_.fraction * y_.fraction;
         last = next;
@@ -243,7 +263,7 @@ void EOSolver::column_search(Column& c, double step) {
             VL_high = solved ? product : -NO_TIE_LINE;
         }
     }
-    if (last != high) c.end = column_step(c, high, false);
+    if (last != high) c.end = column_step(c, high, nullptr);
     cell_.init_policy = policy;
     if (c.end != GRAVITY_CONVERGED) return column_return(c);
     const bool gas = c.gas;

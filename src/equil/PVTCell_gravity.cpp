@@ -133,7 +133,6 @@ private:
     Tank feed_{"kept"};
     double lower_ = 0.0, upper_ = 0.0;  ///< m: bracket of the contact's depth
     bool gas_ = false;
-    bool at_contact_ = false;
     bool crossed_ = false;  ///< from oil to gas, or back, without contact
     bool bracketed_ = false;
     bool side_known_ = false;

@@ -46,6 +46,10 @@ const Units* column_unit(const Table& table, double position) {
 
 }  // namespace
 
+bool is_vaporized(const PVTCell& cell, double two_phase) {
+    return cell.pressure.value < two_phase && cell.feed_state.root > 0;
+}
+
 UnitKind basis_unit_kind(BasisKind kind) {
     if (kind == BasisKind::Mass) return UnitKind::Mass;
     return kind == BasisKind::Volume ? UnitKind::Volume : UnitKind::Mole;
@@ -195,6 +199,7 @@ void PVTzEXPA::search_saturation(StageRun& s, bool wanted) {
     else if (wanted && cell.errors->usable())
         cell.vapor_pressure();
     s.saturation = cell.pressure.value;
+    if (found) two_phase_pressure_ = s.saturation;
 }
 
 void PVTzEXPA::print_basis(const StageRun& s) const {
@@ -230,13 +235,6 @@ void PVTzEXPA::setBasis(PVTCell& cell) {
     inverse_volume = reciprocal_or_zero(basis_volume);
 }
 
-/// Below a pressure at which it had a vapor beside it a liquid is gone: what is left there in one
-/// phase, and less dense than at its pseudo-critical point, is no liquid. A denser one may be: it
-/// has been cooled, or something was injected.
-bool PVTzEXPA::has_vaporized(const PVTCell& cell) const {
-    return cell.pressure.value < two_phase_pressure_ && cell.feed_state.root > 0;
-}
-
 /// A single phase has no identity of its own: it stays what it was beside the other phase. The
 /// phases of a pure component are told apart by their roots, and never coexist off its vapor
 /// pressure.
@@ -247,7 +245,7 @@ void PVTzEXPA::identify(PVTCell& cell) {
         two_phase_pressure_ = cell.pressure.value;
         return;
     }
-    if (has_vaporized(cell)) label_ = 1.0;
+    if (is_vaporized(cell, two_phase_pressure_)) label_ = 1.0;
     if (is_pure(*cell.feed)) label_ = cell.y_state.fraction > 0.5 ? 1.0 : 0.0;
     cell.y_state.fraction = label_;
     cell.x_state.fraction = 1.0 - label_;

@@ -83,7 +83,6 @@ public:
 
 protected:
     struct StageRun;
-    bool has_vaporized(const PVTCell& cell) const;
     /// The cell's phase fractions if it has one phase: that of the last two phases. Otherwise the
     /// K-values and the identity are kept.
     void identify(PVTCell& cell);
@@ -122,7 +121,7 @@ private:
 
     std::vector<double> kept_ln_k_;    ///< of the last two phases, or of the basis
     double label_ = 1.0;               ///< identity of a single phase: 1 vapor, 0 liquid
-    double two_phase_pressure_ = 0.0;  ///< Pa, of the last stage with two phases; 0: none yet
+    double two_phase_pressure_ = 0.0;  ///< Pa, where two phases were seen last; 0: none yet
     double removed_gas_ = 0.0;         ///< kmol, cumulative: the gas part of the removal
 };
 

@@ -40,6 +40,12 @@ private:
     T value_;
 };
 
+/// True if the single phase in the cell is what a liquid has become below its two-phase region.
+///   two_phase  Pa, where the fluid was seen with a vapor beside it; 0: nowhere
+/// A denser phase than at the pseudo-critical point may be liquid there: it has been cooled, or
+/// something was injected.
+bool is_vaporized(const PVTCell& cell, double two_phase);
+
 UnitKind basis_unit_kind(BasisKind kind);
 /// Z-factor of the cell as a whole.
 double cell_z_factor(const PVTCell& cell);

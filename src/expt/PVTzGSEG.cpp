@@ -207,6 +207,7 @@ bool PVTzGSEG::find_reference(ColumnRun& s) {
 void PVTzGSEG::search_saturation(ColumnRun& s, bool wanted) {
     PVTCell& cell = s.cell;
     const bool single = cell.phase_count < 2;
+    const bool thin = cell.feed_state.root > 0;
     double label = cell.y_state.fraction > 0.5 ? 1.0 : 0.0;
     s.state = findSaturationPressure(cell, s.row_saturation, label, wanted);
     s.saturation = s.row_saturation;
@@ -215,6 +216,7 @@ void PVTzGSEG::search_saturation(ColumnRun& s, bool wanted) {
         s.saturation = cell.pressure.value;
     }
     if (!single) return;
+    if (thin && s.reference.pressure.value < s.row_saturation) label = 1.0;
     s.reference.y_fraction = label;
     s.reference.x_fraction = 1.0 - label;
 }

@@ -52,13 +52,16 @@ BasisState PVTzGSEG::findSaturationPressure(PVTCell& cell, double& pressure, dou
     return label > 0.5 ? BasisState::DewPoint : BasisState::BubblePoint;
 }
 
-/// A single phase is called what it is beside the incipient phase at its saturation pressure.
+/// A single phase is called what it is beside the incipient phase at its saturation pressure. Below
+/// the region of two phases, which ends at that pressure, it is vapor.
 void PVTzGSEG::identify(ColumnRun& s) {
     PVTCell& cell = s.cell;
     if (cell.phase_count >= 2) return;
     CellConditions at = cell.save();
     double label = is_gas(at) ? 1.0 : 0.0;
+    const int root = cell.feed_state.root;
     findSaturationPressure(cell, s.row_saturation, label, false);
+    if (root > 0 && at.pressure.value < s.row_saturation) label = 1.0;
     at.y_fraction = label;
     at.x_fraction = 1.0 - label;
     place(cell, at);

@@ -178,7 +178,7 @@ int format_width(const Extremes& extremes, const AnyColumn& column) {
         const std::string text = number_text(value, column.fixed, column.precision);
         width = std::max(width, static_cast<int>(text.size()));
     };
-    for (const std::size_t side : {0, 1}) {
+    for (const std::size_t side : {0u, 1u}) {
         if (extremes.high[side] == 0.0) continue;
         const double sign = side == 0 ? 1.0 : -1.0;
         widen(sign * extremes.low[side]);

@@ -1,8 +1,10 @@
 #include "surface/BlackOilFile.h"
 
 #include <cmath>
+#include <filesystem>
 #include <iomanip>
 #include <sstream>
+#include <system_error>
 
 #include "frame/Platform.h"
 #include "frame/Program.h"
@@ -39,6 +41,13 @@ void write_product(std::ostream& stream, const BO_Product& product, const BlackO
     write_field(stream, product.density, &unit_of(UnitKind::Density, "g/cm3"));
 }
 
+/// Takes the part of a table off that the disk had room for. What is no file on a disk stays.
+void cut_back(const std::string& name, std::streamoff size) {
+    std::error_code error;
+    if (size < 0 || !std::filesystem::is_regular_file(name, error)) return;
+    std::filesystem::resize_file(name, static_cast<std::uintmax_t>(size), error);
+}
+
 std::string tabs(std::size_t count) {
     return std::string(count, '\t');
 }
@@ -65,8 +74,8 @@ File black_oil_path(const File* input, const File* report, const std::string& sh
     return target;
 }
 
-std::ostream* BlackOilFile::open(Writer& writer) {
-    if (tried_) return file_.get();
+bool BlackOilFile::open(Writer& writer) {
+    if (tried_) return file_ != nullptr;
     tried_ = true;
     const Program::State& state = Program::state();
     const File path = black_oil_path(state.primaryInput.get(), writer.reportFile, state.shortName);
@@ -77,19 +86,23 @@ std::ostream* BlackOilFile::open(Writer& writer) {
                       receives_output(*path.fullName);
     if (used || !file->OpenWrite()) {
         writer.Warning({"Could not open black oil table file \"" + *path.fullName + "\"."});
-        return nullptr;
+        return false;
     }
     writer.Note({"Now opening black oil table file \"" + *path.fullName + "\"."});
     file_ = std::move(file);
-    return file_.get();
+    return true;
 }
 
-void BlackOilFile::finish_table(Writer& writer) {
+void BlackOilFile::add_table(Writer& writer, const std::string& table) {
     if (!file_) return;
-    file_->flush();
+    const std::streamoff end = file_->tellp();
+    if (!empty_) *file_ << '\n';
+    *file_ << table << std::flush;
+    empty_ = false;
     if (file_->good()) return;
     const std::string name = *file_->fullName;
     file_.reset();
+    cut_back(name, end);
     writer.Warning({"Could not write all of the black oil tables to file \"" + name + "\".",
                     "The file is not complete."});
 }
@@ -97,6 +110,7 @@ void BlackOilFile::finish_table(Writer& writer) {
 void BlackOilFile::close() {
     file_.reset();
     tried_ = false;
+    empty_ = true;
 }
 
 void write_header(std::ostream& stream, const BlackOilUnits& units,

@@ -10,19 +10,22 @@
 
 namespace kestrane {
 
-/// The file of the run's black oil tables: one for all of them, opened at the first.
+/// The file of the run's black oil tables: one for all of them, opened at the first. It holds whole
+/// tables alone, however the run or the disk comes to an end.
 class BlackOilFile {
 public:
-    /// The stream to write to; null if the file could not be opened, which is said once.
-    std::ostream* open(Writer& writer);
-    /// Flushes what was written. A stream that failed is said, and not written to any more.
-    void finish_table(Writer& writer);
+    /// False if the file could not be opened, which is said once, or is not written to any more.
+    bool open(Writer& writer);
+    /// Writes a table, an empty line ahead of all but the first. If that fails, it is said, the
+    /// file is cut back to the tables before, and gets no further ones.
+    void add_table(Writer& writer, const std::string& table);
     /// Closes the file; the next table opens one anew.
     void close();
 
 private:
     std::unique_ptr<OutFile> file_;
     bool tried_ = false;
+    bool empty_ = true;
 };
 BlackOilFile& black_oil_file();
 

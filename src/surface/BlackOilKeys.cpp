@@ -1,7 +1,9 @@
 // BLACK: writes a black oil table.
 
 #include <algorithm>
+#include <new>
 #include <set>
+#include <sstream>
 
 #include "frame/Errors.h"
 #include "input/UserCmd.h"
@@ -88,14 +90,16 @@ public:
         if (!reservoir_) throw LogicError{};
         oil_ = characterization_of(*process_.find_product("OIL"));
         gas_ = characterization_of(*process_.find_product("GAS"));
-        stream_ = black_oil_file().open(reader_);
+        stream_ = black_oil_file().open(reader_) ? &text_ : nullptr;
         write_headings();
         warn_of_several_stages();
         const BlackOilUnits units = units_of(lab_, command_);
         if (stream_)
             write_header(*stream_, units, names_of(*oil_), names_of(*gas_), names_of(*reservoir_));
         write_rows(units);
-        black_oil_file().finish_table(reader_);
+        // A text that found no memory has swallowed the exception.
+        if (!text_) throw std::bad_alloc();
+        black_oil_file().add_table(reader_, text_.str());
     }
 
 private:
@@ -112,7 +116,6 @@ private:
         reader_.Line("Process   :  " + process_.name);
         reader_.Newlines(2);
         if (!stream_) return;
-        if (stream_->tellp() > 0) *stream_ << '\n';
         for (const std::string& line : lines) *stream_ << line << '\n';
         *stream_ << "Collector:\t" << collector_.name << "\nProcess:\t" << process_.name << '\n';
         write_characterization("Res", *reservoir_);
@@ -160,7 +163,8 @@ private:
     const Charzation* reservoir_ = nullptr;
     const Charzation* oil_ = nullptr;
     const Charzation* gas_ = nullptr;
-    std::ostream* stream_ = nullptr;
+    std::ostringstream text_;         ///< the table, written as a whole
+    std::ostream* stream_ = nullptr;  ///< null without a file
 };
 
 }  // namespace

@@ -89,6 +89,37 @@ TEST(Gravity, FugacitiesFollowThePotentialOverAnyHeight) {
     }
 }
 
+/// An oil of propane and a cut of 205 kg/kmol, a centimetre below its contact.
+Fluid propane_and_cut() {
+    Fluid fluid;
+    fluid.name = "propane and a cut";
+    fluid.equation = textbook::Equation::SoaveRedlichKwong;
+    fluid.components = {{"C3", 44.094, 369.8, 42.5e5, 0.153, -0.08},
+                        {"H1", 205.33733078245291, 720.47432137341298, 1864409.4083018822,
+                         0.51179624941205759, 0.083897196110896174}};
+    fluid.kij = pairs(2, {{0, 1, 0.007656196261597469}});
+    fluid.z = {0.36404314662992487, 0.63595685337007524};
+    return fluid;
+}
+
+// The gas above holds a millionth of the cut. A metre below its contact no more than that trace
+// condenses from it, and yet it is the oil that stands there, at a higher pressure.
+TEST(Gravity, AGasOfTracesIsNotFollowedBelowItsContact) {
+    const Reference reference{propane_and_cut(), 295.57976139931827, 316630.11294779222};
+    for (const double height : {0.05, 48.0}) {
+        ColumnCell test(reference);
+        const Station oil = station_of(test.cell);
+        ASSERT_TRUE(test.move(height));
+        EXPECT_GT(station_of(test.cell).x[0], 0.9999);  // gas
+        ASSERT_TRUE(test.move(-height));
+        const Station back = station_of(test.cell);
+        EXPECT_NEAR(back.P / oil.P, 1.0, 1e-9);
+        EXPECT_NEAR(back.x[0], oil.x[0], 1e-9);
+        EXPECT_LT(test.cell.phase_count, 2);
+        test.begin(reference.T, reference.P);
+    }
+}
+
 TEST(Gravity, FugacitiesFollowThePotentialAcrossAContact) {
     ColumnCell test(references()[0]);
     const Station start = station_of(test.cell);

@@ -103,6 +103,24 @@ TEST(Depletion, AnOilThatVaporizesWholeIsGas) {
     EXPECT_EQ(last.moles_2, 0.0);
 }
 
+// Butanes and pentane at room temperature boil at 2.2 bar and are all gas at 1 bar: the saturation
+// pressure, a bubble point, lies above, with the whole two-phase region between. The name comes
+// from there, or from the first stage below that region.
+TEST(Depletion, AGasBelowItsTwoPhaseRegionIsGas) {
+    const std::string butanes =
+        "CHAR Light\nNAME  MW  TC(K)  PC(bar)  AF\nI-C4\nN-C4\nI-C5\nEND\nEND\n"
+        "QMIX FEED I-C4 0.47 N-C4 0.20 I-C5 0.33\nTEMP 293 K\n";
+    for (const char* start : {"PRES 1 BAR\n", "PRES 5 BAR\n"}) {
+        ExptRun<PVTzEXPA> run(butanes + start, "PRES BAR\n 1\n 0.8\nEND\n");
+        ASSERT_EQ(run.rows().size(), 2u) << run.problems();
+        for (const ExptData& row : run.rows()) {
+            EXPECT_EQ(row.gas_mole_fraction_1, 1.0) << start;
+            EXPECT_EQ(row.liquid_volume_1, 0.0);
+            EXPECT_GT(row.gas_z_factor, 0.95);
+        }
+    }
+}
+
 // Two phases at 168 bar, then cooled to one at 165 bar: a liquid, though its Z is 0.78.
 TEST(Depletion, AColdOilBelowAPressureOfTwoPhasesStaysOil) {
     ExptRun<PVTzEXPA> run(

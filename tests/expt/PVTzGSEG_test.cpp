@@ -116,6 +116,29 @@ TEST(PVTzGSEG, ReferenceDepthAloneIsAFlash) {
     EXPECT_EQ(run.report().find("damping"), std::string::npos);
 }
 
+// Almost pure propane stands over an oil. Its own saturation pressure is a bubble point far above
+// its pressure: below its two-phase region it is gas all the same, and the contact is seen.
+TEST(PVTzGSEG, AGasBelowItsTwoPhaseRegionIsGas) {
+    const std::string fluid =
+        "CHAR Light\nNAME  MW  TC(K)  PC(bar)  AF\nC3\nN-C10\nEND\nEND\n"
+        "QMIX FEED C3 0.4 N-C10 0.6\nDEPTH 100 m\nTEMP 300 K\n";
+    LabRun saturation(fluid + "SATP 300 K\n");
+    const double P = saturation.lab.cell().pressure.value + 20e3;  // two or three metres below
+    const Column run(fluid + "PRES " + std::to_string(P) + " Pa\n",
+                     "GOC\n" + aligned({"DEPTH m|PRES BAR|LDEN KG/M3|GDEN KG/M3|ZONE", "50", "90",
+                                        "100", "110"}));
+    ASSERT_GE(run.rows().size(), 4u) << run.report();
+    for (const double depth : {50.0, 90.0, 100.0, 110.0}) {
+        const ExptData* row = row_at(run, depth);
+        ASSERT_TRUE(row);
+        EXPECT_EQ(row->zone, depth < 95.0 ? "  Gas  " : "  Oil  ") << depth;
+        EXPECT_EQ(row->gas_mole_fraction_1, depth < 95.0 ? 1.0 : 0.0);
+    }
+    const double contact = number_behind(run.report(), CONTACT);
+    EXPECT_GT(contact, 95.0);
+    EXPECT_LT(contact, 100.0);
+}
+
 TEST(PVTzGSEG, RowWithoutADepthIsAtTheReference) {
     const Column run(oil(), aligned({"STG|DEPTH m|SATP BAR", "1", "2|250"}));
     ASSERT_EQ(run.rows().size(), 2u) << run.report();

@@ -90,6 +90,27 @@ TEST(Size, FlashesCostInProportion) {
         50);
 }
 
+TEST(Size, ExperimentsCostInProportion) {
+    expect_growth(
+        [](int n) {
+            return FLUID + "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\nTEMP 350 K\n" +
+                   times(n, "CVD\nSTG  PRES bar\n1    120\n2    80\n3    40\nEND\n");
+        },
+        15);
+}
+
+TEST(Size, StagesCostInProportion) {
+    expect_growth(
+        [](int n) {
+            std::string rows;
+            for (int i = 0; i < n; ++i)
+                rows += std::to_string(i + 1) + "    " + std::to_string(250 - 200 * i / n) + "\n";
+            return FLUID + "MIX FEED C1 0.5 C3 0.3 N-C10 0.2\nTEMP 350 K\nEXP\nSTG  PRES bar\n" +
+                   rows + "END\n";
+        },
+        60);
+}
+
 TEST(Size, IncludesWithinIncludesEndAtALimit) {
     const ChildRun child("deep");
     for (int depth = 1; depth < 1000; ++depth)
