@@ -77,6 +77,8 @@ std::vector<OptionScript> option_scripts(const std::string& word) {
                 scripts.push_back({FLUID + (word.empty() ? "" : filled(pattern, word)), 0});
         }
         if (line == "<!-- end of options -->") patterns.clear();
+        if (line.starts_with("<!-- run: ") && word.empty())
+            scripts.push_back({FLUID + filled(listed_in_comment(line).front(), ""), 0});
         if (patterns.empty() || !word.empty() || !line.starts_with("| `")) continue;
         for (const std::string& option : first_cell_words(line)) {
             for (std::size_t i = 0; i < patterns.size(); ++i) {

@@ -25,7 +25,8 @@ struct OptionScript {
 };
 
 /// One script for each table of options and pattern: each word in the place of the pattern's "@"; or,
-/// if one is given, that word alone. "//" in a pattern begins a line.
+/// if one is given, that word alone. "//" in a pattern begins a line. Without a word also the scripts of
+/// the reference's comments "<!-- run: LINE // LINE -->".
 std::vector<OptionScript> option_scripts(const std::string& word = {});
 
 }  // namespace kestrane
