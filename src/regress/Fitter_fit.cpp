@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <utility>
 
 #include "frame/ErrorList.h"
@@ -20,6 +21,8 @@ constexpr double RANK_TOLERANCE = 1e-6;
 constexpr double SMALL_CHANGE = 1e-4;
 /// Share of the sum of squares whose gain no longer matters.
 constexpr double SMALL_GAIN = 1e-4;
+/// Sweeps over the variables of a downhill step; a few are enough where variables are not alike.
+constexpr int DOWNHILL_SWEEPS = 100;
 
 /// Place of a value between its bounds, 0 to 1; the bounds may be farther apart than the largest
 /// number.
@@ -59,6 +62,11 @@ struct Fitter::Workspace {
         return {block.data() + which * n, n};
     }
 
+    /// Sets the scaled values to the minimum of the linear model within the box, or nearer to the
+    /// start: coordinate by coordinate, each sweep lowers the model, so that the way there begins
+    /// downhill wherever it ends.
+    void step_downhill();
+
     std::vector<double> block;
     std::span<double> scaled;    ///< the fitter's scaled values
     std::span<double> start;     ///< those that the iteration began with
@@ -81,6 +89,31 @@ struct Fitter::Workspace {
     double predicted = 0.0;   ///< gain of the sum of squares along the gradient
     int failures = 0;         ///< decompositions that did not converge
 };
+
+void Fitter::Workspace::step_downhill() {
+    const std::size_t n = start.size();
+    const std::span<double> normal = v;  // the right factor has served
+    for (std::size_t j = 0; j < n; ++j)
+        for (std::size_t k = 0; k < n; ++k)
+            normal[j * n + k] =
+                std::inner_product(columns[j], columns[j] + rows, columns[k], 0.0);
+    std::fill(step.begin(), step.end(), 0.0);
+    for (int sweep = 0; sweep < DOWNHILL_SWEEPS; ++sweep) {
+        for (std::size_t j = 0; j < n; ++j) {
+            const double* row = normal.data() + j * n;
+            if (!(row[j] > 0.0)) continue;
+            const double slope =
+                0.5 * gradient[j] - std::inner_product(row, row + n, step.begin(), 0.0);
+            step[j] = std::clamp(step[j] + slope / row[j], start[j] - 1.0, start[j]);
+        }
+    }
+    max_change = predicted = 0.0;
+    for (std::size_t j = 0; j < n; ++j) {
+        max_change = std::max(std::abs(step[j]), max_change);
+        predicted += step[j] * gradient[j];
+        scaled[j] = std::clamp(start[j] - step[j], 0.0, 1.0);
+    }
+}
 
 void Fitter::scale_values() {
     for (std::size_t j = 0; j < scaled_.size(); ++j) {
@@ -125,6 +158,9 @@ bool Fitter::iterate(Workspace& work, Reader& context, ErrorList& errors) {
     std::copy_n(residuals_.begin(), work.rows, work.residuals.begin());
     if (!find_jacobian(work, context, errors)) return false;
     take_step(work);
+    // Bounds may have turned the step uphill: a variable that a long step along a valley carries to
+    // its bound need not be wanted there once the others are stopped.
+    if (work.predicted < 0.0) work.step_downhill();
     evaluateNow(context, errors, EvaluationMode::Step);
     if (!ended_by(errors)) reduce_step(work, context, errors);
     return !ended_by(errors) && !converged(work);

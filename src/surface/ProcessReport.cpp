@@ -1,5 +1,7 @@
 #include "surface/ProcessReport.h"
 
+#include <algorithm>
+
 #include "lab/EOSLab.h"
 #include "lab/MixtureTable.h"
 #include "lab/NumberText.h"
@@ -58,9 +60,20 @@ void feed_rows(std::vector<Cells>& rows, const std::string& first, const std::st
     rows.push_back(row);
 }
 
-Cells amount_cells(const StgAmts& amounts, const std::string& characterization) {
-    return {amount_text(amounts.moles), amount_text(amounts.mass),    known(amounts.volume),
-            known(amounts.gas_volume),  known(amounts.liquid_volume), characterization};
+/// Volumes at standard conditions are those of gases as gas and of liquids as liquid: what a liquid
+/// would fill if it were a gas is nobody's volume.
+Cells amount_cells(const StgAmts& amounts, const std::string& characterization, bool is_gas) {
+    return {amount_text(amounts.moles),
+            amount_text(amounts.mass),
+            known(amounts.volume),
+            is_gas ? known(amounts.gas_volume) : "-",
+            known(amounts.liquid_volume),
+            characterization};
+}
+
+bool takes_only_vapor(const Stage& stage) {
+    return std::ranges::all_of(stage.feeds,
+                               [](const StageFeed& feed) { return feed.liquidShare == 0.0; });
 }
 
 /// "; Characterization "{name}"", for a stream whose characterization is not the process's.
@@ -77,22 +90,23 @@ std::vector<Cells> process_rows(const Process& process) {
                             {"", "", "Stream", "kmol", "kg", "m3", "m3", "m3"},
                             {}};
     Cells incoming{"Incoming", "", "Total"};
-    for (const std::string& cell : amount_cells(process.incoming.amounts, ""))
+    for (const std::string& cell : amount_cells(process.incoming.amounts, "", false))
         incoming.push_back(cell);
     rows.push_back(incoming);
     for (const auto& stage : process.stages) {
         feed_rows(rows, "Stage " + stage->name, "Separator " + stage->separator, *stage, "Feed ",
-                  amount_cells(stage->feed_amounts, label(stage->FeedTank())));
+                  amount_cells(stage->feed_amounts, label(stage->FeedTank()), false));
         for (const bool liquid : {true, false}) {
             Cells row{"", "", liquid ? "Liquid" : "Vapor"};
             const StgAmts& amounts = liquid ? stage->liquid_amounts : stage->vapor_amounts;
-            for (const std::string& cell : amount_cells(amounts, "")) row.push_back(cell);
+            for (const std::string& cell : amount_cells(amounts, "", !liquid)) row.push_back(cell);
             rows.push_back(row);
         }
     }
     for (const auto& product : process.products)
         feed_rows(rows, "Product: " + product->name, "", *product, "",
-                  amount_cells(product->amounts, label(product->tank())));
+                  amount_cells(product->amounts, label(product->tank()),
+                               takes_only_vapor(*product)));
     return rows;
 }
 

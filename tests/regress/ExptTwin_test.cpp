@@ -221,13 +221,13 @@ TEST(CellTwin, TrueValuesLeaveNoError) {
     for (const double e : run.lab.residuals()) EXPECT_LT(std::abs(e), 1e-10);
 }
 
-/// The example, and the same with its variables' last values typed in.
-class Example : public testing::Test {
+/// A script of five variables, and the same with their last values typed in.
+class FiveVariables : public testing::Test {
 protected:
     static const std::string& script() {
         static const std::string text = [] {
             std::ifstream file(std::string(KESTRANE_SOURCE_DIR) +
-                               "/examples/condensate-regression.dat");
+                               "/tests/scripts/regress/five-variables.in");
             std::ostringstream all;
             all << file.rdbuf();
             return all.str();
@@ -266,7 +266,7 @@ protected:
     }
 };
 
-TEST_F(Example, TwoRunsAreTheSame) {
+TEST_F(FiveVariables, TwoRunsAreTheSame) {
     ASSERT_FALSE(fitted().stopped);
     ASSERT_EQ(fitted().lab.variable_count(), 5u);
     const DriverRun second(script());
@@ -274,7 +274,7 @@ TEST_F(Example, TwoRunsAreTheSame) {
     EXPECT_EQ(fitted().console(), second.console());
 }
 
-TEST_F(Example, TheLastPassIsThatOfTheTypedValues) {
+TEST_F(FiveVariables, TheLastPassIsThatOfTheTypedValues) {
     ASSERT_EQ(fitted().lab.variable_count(), 5u);
     const DriverRun typed(typed_in(fitted().lab));
     ASSERT_FALSE(typed.stopped) << typed.report();

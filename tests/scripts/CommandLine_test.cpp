@@ -93,6 +93,28 @@ TEST_F(CommandLine, AnUnwritableReportIsFatal) {
     EXPECT_TRUE(holds(result.console, "Could not open file \"nowhere/a.out\""));
 }
 
+TEST_F(CommandLine, ADirectoryIsNoReport) {
+    write("a.dat", "TITLE Alone\n");
+    const ProgramRun result = run({"a.dat", "."});
+    EXPECT_EQ(result.exit_status, 1);
+    EXPECT_TRUE(holds(result.console, "Could not open file \".\""));
+    EXPECT_FALSE(holds(result.console, "Now reading"));
+}
+
+// Every argument is a file's name: there are no options, and a file may be called like one.
+TEST_F(CommandLine, ThereAreNoOptions) {
+    for (const char* argument : {"--help", "--version", "-h", "-", ""}) {
+        const ProgramRun result = run({argument});
+        EXPECT_EQ(result.exit_status, 1) << argument;
+        EXPECT_TRUE(holds(result.console, "Version ")) << argument;
+        EXPECT_TRUE(holds(result.console,
+                          "FATAL ERROR: Could not open file \"" + std::string(argument) + "\""))
+            << argument;
+    }
+    write("--help", "TITLE Alone\n");
+    EXPECT_EQ(run({"--help"}).exit_status, 0);
+}
+
 TEST_F(CommandLine, AReportNamedLikeTheScriptLeavesTheScriptAlone) {
     write("a.dat", "TITLE Alone\n");
     for (const char* report : {"a.dat", "./a.dat"}) {

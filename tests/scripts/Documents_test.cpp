@@ -1,4 +1,4 @@
-// Links between the documents lead somewhere.
+// Links between the documents lead somewhere, and what they quote from files of the tree stands there.
 
 #include <gtest/gtest.h>
 
@@ -71,6 +71,103 @@ TEST(Documents, LinksLeadSomewhere) {
         }
     }
     EXPECT_GT(links, 50u);
+}
+
+// ---- quotations: the block of code below a comment "<!-- from FILE -->"
+
+constexpr const char* FROM = "<!-- from ";
+
+/// Without blanks before and behind.
+std::string trimmed(const std::string& line) {
+    const std::size_t first = line.find_first_not_of(" \t\r");
+    if (first == std::string::npos) return {};
+    return line.substr(first, line.find_last_not_of(" \t\r") + 1 - first);
+}
+
+/// Lines that are not blank, trimmed.
+std::vector<std::string> lines_of(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        if (std::string content = trimmed(line); !content.empty())
+            lines.push_back(std::move(content));
+    return lines;
+}
+
+struct Quotation {
+    std::string file;
+    std::vector<std::string> lines;  ///< "..." stands for lines left out
+};
+
+/// Reads the block of code, fenced or indented by four, that begins next.
+std::vector<std::string> code_block(std::istream& text) {
+    std::string line, code;
+    do
+        if (!std::getline(text, line)) return {};
+    while (trimmed(line).empty());
+    const bool fenced = line.starts_with("```");
+    if (!fenced) code = line + "\n";
+    while (std::getline(text, line)) {
+        if (fenced ? line.starts_with("```") : !line.starts_with("    ") && !trimmed(line).empty())
+            break;
+        code += line + "\n";
+    }
+    return lines_of(code);
+}
+
+std::vector<Quotation> quotations_of(const fs::path& document) {
+    std::istringstream text(file_text(document));
+    std::vector<Quotation> quotations;
+    for (std::string line; std::getline(text, line);) {
+        if (!line.starts_with(FROM)) continue;
+        const std::size_t start = std::string(FROM).size();
+        const std::string file = line.substr(start, line.find(" -->") - start);
+        quotations.push_back({file, code_block(text)});
+    }
+    return quotations;
+}
+
+/// The first line of a quotation that is not where it should be in the file's lines; empty if all
+/// stand there one below the other, but for what "..." leaves out.
+std::string first_missing(const Quotation& quotation, const std::vector<std::string>& file) {
+    auto place = file.begin();
+    for (auto line = quotation.lines.begin(); line != quotation.lines.end();) {
+        const auto end = std::find(line, quotation.lines.end(), "...");
+        const auto found = std::search(place, file.end(), line, end);
+        if (found == file.end() && line != end) {
+            // The longest beginning that the file has tells where it differs.
+            auto part = end;
+            while (part != line && std::search(place, file.end(), line, part) == file.end()) --part;
+            return *part;
+        }
+        place = found + (end - line);
+        line = end == quotation.lines.end() ? end : end + 1;
+    }
+    return {};
+}
+
+TEST(Documents, QuotationsStandInTheirFiles) {
+    std::size_t quotations = 0;
+    for (const fs::path& document : documents()) {
+        for (const Quotation& quotation : quotations_of(document)) {
+            ++quotations;
+            ASSERT_TRUE(fs::exists(SOURCE / quotation.file)) << document << ": " << quotation.file;
+            EXPECT_FALSE(quotation.lines.empty()) << document << ": " << quotation.file;
+            EXPECT_EQ(first_missing(quotation, lines_of(file_text(SOURCE / quotation.file))), "")
+                << document << " quotes this from " << quotation.file << ", where it is not";
+        }
+    }
+    EXPECT_GT(quotations, 15u);
+}
+
+TEST(Documents, AQuotationThatDiffersIsFound) {
+    const std::vector<std::string> file{"a", "b", "c", "d"};
+    EXPECT_EQ(first_missing({"", {"b", "c"}}, file), "");
+    EXPECT_EQ(first_missing({"", {"a", "...", "d"}}, file), "");
+    EXPECT_EQ(first_missing({"", {"b", "x"}}, file), "x");
+    EXPECT_EQ(first_missing({"", {"a", "c"}}, file), "c");
+    EXPECT_EQ(first_missing({"", {"c", "...", "b"}}, file), "b");
+    EXPECT_EQ(first_missing({"", {"a", "...", "x"}}, file), "x");
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "input/KeyCensus.h"
 #include "scripts/ProgramRun.h"
 #include "scripts/ReferenceTables.h"
+#include "scripts/ReferenceText.h"
 #include "scripts/ScriptWords.h"
 
 namespace kestrane {
@@ -102,36 +103,15 @@ std::map<std::string, WordLists> words_of_program() {
 constexpr const char* WORDS = "<!-- words: ";
 constexpr const char* WORDS_END = "<!-- end of words -->";
 
-/// "A; B" behind the colon of a comment as A and B.
-std::vector<std::string> listed(const std::string& comment) {
-    const std::size_t start = comment.find(": ") + 2;
-    std::istringstream text(comment.substr(start, comment.find(" -->") - start));
-    std::vector<std::string> names;
-    for (std::string name; std::getline(text >> std::ws, name, ';');) names.push_back(name);
-    return names;
-}
-
-/// Words in backquotes in the first cell of a table's row.
-std::vector<std::string> words_of_row(const std::string& line) {
-    const std::string cell = line.substr(0, line.find(" |", 1));
-    std::vector<std::string> words;
-    for (std::size_t at = cell.find('`'); at != std::string::npos; at = cell.find('`', at)) {
-        const std::size_t end = cell.find('`', at + 1);
-        words.push_back(cell.substr(at + 1, end - at - 1));
-        at = end + 1;
-    }
-    return words;
-}
-
 std::map<std::string, WordLists> words_of_reference() {
-    std::istringstream text(file_text(DOCUMENTS / "language.md"));
+    std::istringstream text(reference_text("language.md"));
     std::map<std::string, WordLists> contexts;
     std::vector<std::string> current;
     for (std::string line; std::getline(text, line);) {
-        if (line.starts_with(WORDS)) current = listed(line);
+        if (line.starts_with(WORDS)) current = listed_in_comment(line);
         if (line == WORDS_END) current.clear();
         if (!line.starts_with("| `")) continue;
-        for (const std::string& context : current) contexts[context].insert(words_of_row(line));
+        for (const std::string& context : current) contexts[context].insert(first_cell_words(line));
     }
     return contexts;
 }
@@ -163,20 +143,6 @@ TEST(Language, ReferenceListsNothingElse) {
 }
 
 // ---- examples
-
-std::vector<std::string> examples_of(const char* document) {
-    std::istringstream text(file_text(DOCUMENTS / document));
-    std::vector<std::string> scripts;
-    bool within = false;
-    for (std::string line; std::getline(text, line);) {
-        const bool begins = line == "```kestrane run";
-        if (begins) scripts.emplace_back();
-        if (within && line == "```") within = false;
-        if (within) scripts.back() += line + "\n";
-        within = within || begins;
-    }
-    return scripts;
-}
 
 /// A directory with the files that examples name, removed afterwards.
 class ExampleDirectory {
@@ -222,38 +188,6 @@ TEST(Language, NumbersOfTheTheoryAreThoseOfTheReport) {
         EXPECT_NE(run.output.find(number), std::string::npos) << number << run.output;
         EXPECT_NE(theory.find(number), std::string::npos) << number;
     }
-}
-
-/// A script of all the words in the tables between "<!-- options: PATTERN; PATTERN -->" and
-/// "<!-- end of options -->", each in the place of the "@" of a pattern.
-std::string script_of_options() {
-    std::istringstream text(file_text(DOCUMENTS / "language.md"));
-    std::string script = "CHAR\nNAME MW TC(K) PC(bar) AF\nC1\nEND\nEND\n";
-    std::vector<std::string> patterns;
-    for (std::string line; std::getline(text, line);) {
-        if (line.starts_with("<!-- options: ")) patterns = listed(line);
-        if (line == "<!-- end of options -->") patterns.clear();
-        if (!line.starts_with("| ")) continue;
-        std::string cell = line.substr(2, line.find(" |") - 2);
-        std::replace(cell.begin(), cell.end(), ',', ' ');
-        std::istringstream words(cell);
-        for (std::string word; words >> word;) {
-            if (word.find_first_of("abcdefghijklmnopqrstuvwxyz") != std::string::npos) break;
-            if (word.ends_with('&')) word.pop_back();
-            for (const std::string& pattern : patterns)
-                script += std::string(pattern).replace(pattern.find('@'), 1, word) + "\n";
-        }
-    }
-    return script;
-}
-
-TEST(Language, OptionsOfTheReferenceAreKnown) {
-    const std::string script = script_of_options();
-    EXPECT_NE(script.find("TEST2 SUSP\n"), std::string::npos) << script;
-    EXPECT_NE(script.find("INCR LBC P0 BY 1\n"), std::string::npos) << script;
-    const ProgramRun run = run_program(fs::temp_directory_path(), {}, script);
-    EXPECT_EQ(run.exit_status, 0) << script << run.output;
-    EXPECT_EQ(run.output.find("ERROR"), std::string::npos) << script << run.output;
 }
 
 TEST(Language, EveryKeywordOccursInAnExample) {
