@@ -2,7 +2,6 @@
 // statistics of the comparison below them.
 
 #include <algorithm>
-#include <iomanip>
 #include <sstream>
 
 #include "expt/ExpTable.h"
@@ -61,11 +60,7 @@ struct Block {
                            right_aligned(measured, cell_width),
                        width);
     }
-    std::string cell(int row) const {
-        std::ostringstream text;
-        column->PrintCell(row, text);
-        return text.str();
-    }
+    std::string cell(int row) const { return column->CellText(row); }
     /// A row of a table of that many.
     std::string row_text(int row, int rows) const {
         return pair ? pair_text(cell(rows + row), cell(row)) : right_aligned(cell(row), width);

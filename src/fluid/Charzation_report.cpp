@@ -1,18 +1,16 @@
 #include "fluid/Charzation_report.h"
 
-#include <iomanip>
-#include <sstream>
-
 #include "equil/EOS.h"
 #include "fluid/Charzation.h"
+#include "frame/NumberFormat.h"
 #include "frame/Writer.h"
 
 namespace kestrane {
 
 namespace {
 
-constexpr int BIP_WIDTH = 10;     ///< of a column, and of the names before the first
-constexpr int BIP_PRECISION = 5;  ///< significant digits
+constexpr std::size_t BIP_WIDTH = 10;  ///< of a column, and of the names before the first
+constexpr int BIP_PRECISION = 5;       ///< significant digits
 constexpr char BIP_DIAGONAL[] = "   0.0    ";
 constexpr char BIP_RULE[] = " ---------";
 static_assert(sizeof BIP_DIAGONAL == BIP_WIDTH + 1 && sizeof BIP_RULE == BIP_WIDTH + 1);
@@ -27,16 +25,18 @@ std::string centred(const std::string& text) {
 
 std::string bip_row(const CharzSummary& summary, std::size_t row) {
     const std::size_t n = summary.components.size();
-    std::ostringstream line;
-    line << std::left << std::setw(BIP_WIDTH) << summary.components[row] << std::right
-         << std::showpoint << std::setprecision(BIP_PRECISION);
+    std::string line, number;
+    append_left(line, summary.components[row], BIP_WIDTH);
     for (std::size_t column = 0; column < n; ++column) {
-        if (column == row)
-            line << BIP_DIAGONAL;
-        else
-            line << std::setw(BIP_WIDTH) << summary.bips[row * n + column];
+        if (column == row) {
+            line += BIP_DIAGONAL;
+            continue;
+        }
+        number.clear();
+        append_general_pointed(number, summary.bips[row * n + column], BIP_PRECISION);
+        append_right(line, number, BIP_WIDTH);
     }
-    return line.str();
+    return line;
 }
 
 void print_bips(Writer& writer, const CharzSummary& summary) {

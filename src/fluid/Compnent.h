@@ -80,6 +80,7 @@ struct Compnent : DistCut {
 
 private:
     void refit(const EOS& eos, const Compnent& column_row, ErrorList& errors);
+    void fit_anew(const EOS& eos, ErrorList& errors);
     void fit_vapor_pressure(const EOS& eos, ErrorList& errors);
     void fit_density(const EOS& eos, bool need_vt);
 };

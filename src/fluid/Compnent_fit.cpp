@@ -2,8 +2,14 @@
 // other through the vapor pressure, volume translation or gravity through the liquid density.
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
 #include <limits>
+#include <typeinfo>
 
 #include "equil/EOS.h"
 #include "fluid/Charzation.h"
@@ -143,10 +149,106 @@ bool fit_boiling_point(PureFluid& fluid, double tc, double& T) {
     return std::abs(e) <= TOLERANCE;
 }
 
+/// All numbers of a component.
+constexpr double Compnent::*NUMBERS[] = {static_cast<double Compnent::*>(&Compnent::mw),
+                                         static_cast<double Compnent::*>(&Compnent::tb),
+                                         static_cast<double Compnent::*>(&Compnent::sg),
+                                         static_cast<double Compnent::*>(&Compnent::lower_mw),
+                                         static_cast<double Compnent::*>(&Compnent::lower_tb),
+                                         static_cast<double Compnent::*>(&Compnent::lower_sg),
+                                         static_cast<double Compnent::*>(&Compnent::ref_temp),
+                                         static_cast<double Compnent::*>(&Compnent::ref_pres),
+                                         &Compnent::tc,
+                                         &Compnent::pc,
+                                         &Compnent::acentric,
+                                         &Compnent::vol_shift,
+                                         &Compnent::zc,
+                                         &Compnent::vc,
+                                         &Compnent::visc_zc,
+                                         &Compnent::visc_vc,
+                                         &Compnent::parachor,
+                                         &Compnent::a_mod,
+                                         &Compnent::b_mod,
+                                         &Compnent::omega_a,
+                                         &Compnent::omega_b,
+                                         &Compnent::ln_pc};
+constexpr std::size_t NUMBER_COUNT = std::size(NUMBERS);
+using Numbers = std::array<double, NUMBER_COUNT>;
+
+Numbers numbers_of(const Compnent& component) {
+    Numbers numbers;
+    for (std::size_t i = 0; i < NUMBER_COUNT; ++i) numbers[i] = component.*NUMBERS[i];
+    return numbers;
+}
+
+/// All that a fit depends on. Equations hold only what their class says and their constants.
+struct FitQuestion {
+    FitQuestion() = default;
+    FitQuestion(const EOS& eos, const Compnent& component)
+        : equation(&typeid(eos)),
+          constants{eos.parameter("a"), eos.parameter("b"), standard_conditions().temperature.value,
+                    standard_conditions().pressure.value},
+          numbers(numbers_of(component)) {}
+
+    /// Bit by bit: no two numbers that differ at all are taken for one.
+    bool operator==(const FitQuestion& other) const {
+        return equation == other.equation &&
+               std::memcmp(constants.data(), other.constants.data(), sizeof constants) == 0 &&
+               std::memcmp(numbers.data(), other.numbers.data(), sizeof numbers) == 0;
+    }
+    std::size_t hash() const {
+        std::uint64_t h = 0;
+        const auto mix = [&h](double value) {
+            h = (std::rotl(h, 5) ^ std::bit_cast<std::uint64_t>(value)) * 0x9E3779B97F4A7C15U;
+        };
+        for (double value : constants) mix(value);
+        for (double value : numbers) mix(value);
+        return static_cast<std::size_t>(h >> 32);
+    }
+
+    const std::type_info* equation = nullptr;
+    std::array<double, 4> constants{};
+    Numbers numbers{};
+};
+
+/// A fit that was made before. A regression completes all components in every evaluation, of which
+/// a variable changes few: those that it left alone are found here. Each question has one place,
+/// the latest stays in it; what is found is what the fit would give again.
+struct FitAnswer {
+    FitQuestion question;
+    Numbers numbers{};
+};
+
+FitAnswer& answer_place(const FitQuestion& question) {
+    constexpr std::size_t PLACES = 512;
+    static std::array<FitAnswer, PLACES> places;
+    return places[question.hash() % PLACES];
+}
+
+int messages(const ErrorList& errors) {
+    int sum = 0;
+    for (const auto& entry : errors.entries) sum += entry->count;
+    return sum;
+}
+
 }  // namespace
 
 void Compnent::fit_to_eos(const EOS& eos, ErrorList& errors) {
     if (!(tc > 0.0 && pc > 0.0)) return;
+    const FitQuestion question(eos, *this);
+    FitAnswer& place = answer_place(question);
+    if (place.question == question) {
+        for (std::size_t i = 0; i < NUMBER_COUNT; ++i) this->*NUMBERS[i] = place.numbers[i];
+        return;
+    }
+    const bool all_heard = errors.warnings_on && errors.errors_on;
+    const int before = messages(errors);
+    fit_anew(eos, errors);
+    // A fit that complains is made again, since it has to complain again.
+    if (all_heard && messages(errors) == before) place = {question, numbers_of(*this)};
+}
+
+void Compnent::fit_anew(const EOS& eos, ErrorList& errors) {
     fit_vapor_pressure(eos, errors);
     const bool need_vt = !translation_given(vol_shift) && sg > 0.0;
     const bool need_sg = translation_given(vol_shift) && sg <= 0.0;

@@ -1,5 +1,6 @@
 #include "fluid/Library.h"
 
+#include <array>
 #include <climits>
 #include <cmath>
 #include <cstdlib>
@@ -39,20 +40,27 @@ DynPtr<Compnent> component_of(const LibraryEntry& entry) {
     return component;
 }
 
-using Library = std::map<std::string, PtrTo<const Compnent>, KeyLess>;
+/// By every alias, as significant as a user word: the number of the entry.
+using Library = std::map<std::string, std::size_t, KeyLess>;
 
-/// Every alias, as significant as a user word.
 const Library& library() {
-    static const Library entries = [] {
+    static const Library numbers = [] {
         Library made;
-        for (const LibraryEntry& entry : library_entries()) {
-            const DynPtr<Compnent> component = component_of(entry);
-            for (const char* alias : entry.aliases)
-                if (alias) made.emplace(UserWord(alias).key(), component);
-        }
+        const std::span<const LibraryEntry> entries = library_entries();
+        for (std::size_t number = 0; number < entries.size(); ++number)
+            for (const char* alias : entries[number].aliases)
+                if (alias) made.emplace(UserWord(alias).key(), number);
         return made;
     }();
-    return entries;
+    return numbers;
+}
+
+/// The component of an entry, made when it is first asked for: a script asks for few of them.
+const PtrTo<const Compnent>& component_number(std::size_t number) {
+    static std::array<PtrTo<const Compnent>, LIBRARY_SIZE> made;
+    PtrTo<const Compnent>& component = made[number];
+    if (!component) component = component_of(library_entries()[number]);
+    return component;
 }
 
 void take(double& field, double value) {
@@ -108,7 +116,7 @@ void take_paraffin(Compnent& component, int n) {
 
 PtrTo<const Compnent> library_find(const std::string& word) {
     const auto found = library().find(UserWord(word).key());
-    return found == library().end() ? PtrTo<const Compnent>() : found->second;
+    return found == library().end() ? PtrTo<const Compnent>() : component_number(found->second);
 }
 
 bool apply_library(Compnent& component) {

@@ -1,12 +1,11 @@
 #include <algorithm>
 #include <cmath>
-#include <iomanip>
 #include <ostream>
-#include <sstream>
 #include <type_traits>
 #include <utility>
 
 #include "frame/Errors.h"
+#include "frame/NumberFormat.h"
 #include "input/Reader.h"
 #include "input/Table.h"
 
@@ -46,10 +45,15 @@ bool missing(const UserWord& word) {
 constexpr const char* UNDEFINED_TEXT = "-";
 
 std::string number_text(double value, bool fixed, int precision) {
-    std::ostringstream text;
-    text << (fixed ? std::fixed : std::scientific) << std::showpoint << std::setprecision(precision)
-         << value;
-    return text.str();
+    std::string text;
+    if (fixed)
+        append_fixed(text, value, precision);
+    else
+        append_scientific(text, value, precision);
+    // A point stands in every number, one without decimals included.
+    if (precision <= 0 && std::isfinite(value))
+        text.insert(std::min(text.find('e'), text.size()), 1, '.');
+    return text;
 }
 
 std::string cell_text(double value, const AnyColumn& column) {
@@ -256,6 +260,9 @@ int AnyColumn::ReadCell(Reader& reader, int) {
     std::string text;
     return read_text(reader, text);
 }
+std::string AnyColumn::CellText(int) const {
+    return {};
+}
 void AnyColumn::PrintCell(int, std::ostream&) const {}
 void AnyColumn::TakeFromRow(const Row&, int) {}
 void AnyColumn::PutToRow(int, Row&) const {}
@@ -310,11 +317,15 @@ int DataColumn<T>::ReadCell(Reader& reader, int row) {
 }
 
 template <class T>
+std::string DataColumn<T>::CellText(int row) const {
+    return holds(*this, row) ? cell_text(cells[static_cast<std::size_t>(row)], *this)
+                             : std::string();
+}
+
+template <class T>
 void DataColumn<T>::PrintCell(int row, std::ostream& stream) const {
     const bool left = head && head->left_aligned;
-    stream << (left ? std::left : std::right)
-           << (holds(*this, row) ? cell_text(cells[static_cast<std::size_t>(row)], *this)
-                                 : std::string());
+    stream << (left ? std::left : std::right) << CellText(row);
 }
 
 template <class T>
@@ -422,6 +433,11 @@ bool HeadDictionary::offer(const AnyColHead& head) {
         const AnyColHead* other = dictionary_.find(key);
         return other && other != &head;
     };
+    if (head.keywords.size() == 1) {
+        if (!dictionary_.add(head.keywords.front(), &head)) return false;
+        heads_.push_back(&head);
+        return true;
+    }
     if (std::any_of(head.keywords.begin(), head.keywords.end(), taken)) return false;
     // Of keywords that overlap the dictionary keeps the first: the one that matches most.
     std::vector<std::string> keys = head.keywords;

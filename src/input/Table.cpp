@@ -1,11 +1,11 @@
 #include "input/Table.h"
 
 #include <algorithm>
-#include <iomanip>
 #include <sstream>
 #include <utility>
 
 #include "frame/Errors.h"
+#include "frame/NumberFormat.h"
 #include "input/Reader.h"
 
 namespace kestrane {
@@ -245,14 +245,16 @@ void Table::Print(const OutFiles& files, int gap, int indent, int pageWidth) {
     }
     writer.Line(headings);
     writer.Line(rule);
+    std::string line;
     for (int row = 0; row < rowCount; ++row) {
-        stream.str({});
-        stream << before;
+        line = before;
         for (std::size_t i = 0; i < shown.size(); ++i) {
-            stream << (i ? between : "") << std::setw(shown[i].width);
-            shown[i].column->PrintCell(row, stream);
+            if (i) line += between;
+            const AnyColumn& column = *shown[i].column;
+            (column.head->left_aligned ? append_left : append_right)(
+                line, column.CellText(row), static_cast<std::size_t>(shown[i].width));
         }
-        writer.Line(stream.str());
+        writer.Line(line);
     }
 }
 

@@ -117,6 +117,8 @@ public:
     virtual int RowCount() const { return 0; }
     /// Reads the cell that stands next; above 0 if one was read (or an empty field stood there).
     virtual int ReadCell(Reader& reader, int row);
+    /// The cell as printed, without the blanks that fill its column; empty if it holds nothing.
+    virtual std::string CellText(int row) const;
     virtual void PrintCell(int row, std::ostream& stream) const;
     /// Record to column, column to record.
     virtual void TakeFromRow(const Row& source, int row);
@@ -151,6 +153,7 @@ public:
     bool IsData() const override { return true; }
     int RowCount() const override { return static_cast<int>(cells.size()); }
     int ReadCell(Reader& reader, int row) override;
+    std::string CellText(int row) const override;
     void PrintCell(int row, std::ostream& stream) const override;
     void TakeFromRow(const Row& source, int row) override;
     void PutToRow(int row, Row& target) const override;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <sstream>
 
+#include "frame/NumberFormat.h"
 #include "input/Table.h"
 #include "lab/EOSLab.h"
 #include "lab/NumberText.h"
@@ -28,12 +29,9 @@ std::vector<std::string> aligned_texts(const std::vector<double>& values, const 
     const int width = column.PrepareFormat(stream);
     std::vector<std::string> texts;
     for (int row = 0; row < column.RowCount(); ++row) {
-        std::ostringstream cell;
-        column.PrintCell(row, cell);
-        std::string text = cell.str();
-        if (text.size() < static_cast<std::size_t>(width))
-            text.insert(0, static_cast<std::size_t>(width) - text.size(), ' ');
-        texts.push_back(text);
+        std::string text;
+        append_right(text, column.CellText(row), static_cast<std::size_t>(width));
+        texts.push_back(std::move(text));
     }
     return texts;
 }

@@ -1,24 +1,23 @@
 #include "lab/MixtureTable.h"
 
 #include <cmath>
-#include <iomanip>
-#include <sstream>
 
+#include "frame/NumberFormat.h"
 #include "lab/NumberText.h"
 
 namespace kestrane {
 
 namespace {
 
-constexpr int NAME_WIDTH = 10;
-constexpr int COLUMN_WIDTH = 15;
+constexpr std::size_t NAME_WIDTH = 10;
+constexpr std::size_t COLUMN_WIDTH = 15;
 
 std::string row(const MixtureTable::Line& line) {
-    std::ostringstream text;
-    text << std::left << std::setw(NAME_WIDTH) << line.component << std::right;
+    std::string text;
+    append_left(text, line.component, NAME_WIDTH);
     for (const double value : {line.moles, line.mole_fraction, line.mass, line.mass_fraction})
-        text << std::setw(COLUMN_WIDTH) << amount_text(value);
-    return text.str();
+        append_right(text, amount_text(value), COLUMN_WIDTH);
+    return text;
 }
 
 /// 0 where the whole is 0, or what round-off leaves of amounts that cancel.

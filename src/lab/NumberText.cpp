@@ -1,21 +1,21 @@
 #include "lab/NumberText.h"
 
 #include <cmath>
-#include <iomanip>
-#include <sstream>
+
+#include "frame/NumberFormat.h"
 
 namespace kestrane {
 
 std::string fixed_text(double value, int decimals) {
-    std::ostringstream text;
-    text << std::fixed << std::setprecision(decimals) << value;
-    return text.str();
+    std::string text;
+    append_fixed(text, value, decimals);
+    return text;
 }
 
 std::string general_text(double value, int digits) {
-    std::ostringstream text;
-    text << std::setprecision(digits) << value;
-    return text.str();
+    std::string text;
+    append_general(text, value, digits);
+    return text;
 }
 
 std::string amount_text(double value) {
@@ -27,9 +27,9 @@ std::string amount_text(double value) {
     constexpr int DIGITS = 9;
     if (size >= 1e3 && size < 1e8)
         return fixed_text(value, DIGITS - 1 - static_cast<int>(std::log10(size)));
-    std::ostringstream text;
-    text << std::scientific << std::setprecision(3) << value;
-    return text.str();
+    std::string text;
+    append_scientific(text, value, 3);
+    return text;
 }
 
 std::string value_text(const ValueWithUnit& value, UnitKind kind) {

@@ -1,18 +1,17 @@
 #include "lab/PhaseTable.h"
 
 #include <array>
-#include <iomanip>
-#include <sstream>
 
+#include "frame/NumberFormat.h"
 #include "lab/NumberText.h"
 
 namespace kestrane {
 
 namespace {
 
-constexpr int LABEL_WIDTH = 15;
+constexpr std::size_t LABEL_WIDTH = 15;
 /// Overall, liquid, vapor, K-value.
-constexpr std::array<int, 4> COLUMN_WIDTHS{12, 13, 13, 14};
+constexpr std::array<std::size_t, 4> COLUMN_WIDTHS{12, 13, 13, 14};
 
 PhaseColumn column_of(const Tank& tank, const PhaseState& state, double relative_moles) {
     PhaseColumn column;
@@ -25,11 +24,11 @@ PhaseColumn column_of(const Tank& tank, const PhaseState& state, double relative
 }
 
 std::string row(const std::string& label, std::initializer_list<std::string> cells) {
-    std::ostringstream line;
-    line << std::left << std::setw(LABEL_WIDTH) << label << std::right;
+    std::string line;
+    append_left(line, label, LABEL_WIDTH);
     std::size_t at = 0;
-    for (const std::string& cell : cells) line << std::setw(COLUMN_WIDTHS[at++]) << cell;
-    return line.str();
+    for (const std::string& cell : cells) append_right(line, cell, COLUMN_WIDTHS[at++]);
+    return line;
 }
 
 void print_property(Writer& writer, const PhaseTable& table, const std::string& label,

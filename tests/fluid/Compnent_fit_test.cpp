@@ -239,6 +239,83 @@ TEST(Compnent_fit, BothGivenOrBothMissingChangesNothing) {
     EXPECT_TRUE(errors.empty());
 }
 
+/// What fits change, bit by bit.
+std::array<double, 6> fitted(const Compnent& c) {
+    return {c.acentric, c.tb, c.vol_shift, c.sg, c.ref_temp, c.ref_pres};
+}
+
+TEST(Compnent_fit, AFitMadeBeforeIsTheSameAgain) {
+    const Equations equations;
+    for (const A_2P_EOS* eos : equations.all()) {
+        for (const char* name : {"C1", "CO2", "N-C10", "BENZENE"}) {
+            Compnent first = library_component(name, *eos);
+            Compnent again = first;
+            ErrorList errors;
+            first.fit_to_eos(*eos, errors);
+            again.fit_to_eos(*eos, errors);
+            EXPECT_EQ(fitted(first), fitted(again)) << eos->name() << ' ' << name;
+        }
+    }
+}
+
+TEST(Compnent_fit, TheSmallestChangeIsFittedAnew) {
+    const PR79_EOS eos;
+    Compnent before = library_component("N-C10", eos);
+    before.acentric = UNSET;
+    Compnent after = before;
+    after.tc *= 1.0 + 1e-9;
+    ErrorList errors;
+    before.fit_to_eos(eos, errors);
+    after.fit_to_eos(eos, errors);
+    EXPECT_NE(before.acentric, after.acentric);
+    EXPECT_NEAR(before.acentric, after.acentric, 1e-7);
+    EXPECT_NEAR(boiling_defect(eos, after), 0.0, 1e-10);
+}
+
+TEST(Compnent_fit, EveryEquationHasFitsOfItsOwn) {
+    const PR77_EOS one;
+    const PR79_EOS other;
+    Compnent a = library_component("N-C30", one);
+    a.acentric = 0.9;  // beyond the border from which the two differ
+    a.tb = 0.0;
+    Compnent b = a;
+    ErrorList errors;
+    a.fit_to_eos(one, errors);
+    b.fit_to_eos(other, errors);
+    EXPECT_NE(a.tb, b.tb);
+}
+
+TEST(Compnent_fit, OtherStandardConditionsAreFittedAnew) {
+    const PR79_EOS eos;
+    Compnent cold = library_component("N-C10", eos);
+    cold.sg = 0.0;
+    cold.vol_shift = 0.01;
+    Compnent warm = cold;
+    ErrorList errors;
+    cold.fit_to_eos(eos, errors);
+    set_standard_conditions({300.0, nullptr}, {UNSET, nullptr});
+    warm.fit_to_eos(eos, errors);
+    set_standard_conditions({UNSET, nullptr}, {UNSET, nullptr});
+    EXPECT_NEAR(cold.sg * WATER, density(eos, cold, T_STANDARD, ATM), 1e-9 * WATER);
+    EXPECT_NEAR(warm.sg * WATER, density(eos, warm, 300.0, ATM), 1e-9 * WATER);
+    EXPECT_NE(cold.sg, warm.sg);
+}
+
+TEST(Compnent_fit, AComplaintIsHeardEveryTime) {
+    const PR79_EOS eos;
+    ErrorList errors, deaf;
+    deaf.errors_on = false;
+    for (ErrorList* list : {&deaf, &errors, &errors}) {
+        Compnent c = library_component("C3", eos);
+        c.acentric = UNSET;
+        c.tb = 410.0;
+        c.fit_to_eos(eos, *list);
+        EXPECT_EQ(c.acentric, 0.0);
+    }
+    ASSERT_EQ(errors.entries.size(), 1u);
+    EXPECT_EQ(errors.entries[0]->count, 2);
+}
+
 TEST(Compnent_fit, LibraryGravityHoldsAtTheVaporPressure) {
     // The library's liquid volume is that of the boiling liquid: reference pressure 0 stands for
     // the vapor pressure. Afterwards the gravity is that at standard conditions.
