@@ -28,9 +28,16 @@ void PVTzExpt::parse(Reader& reader, EOSLab& lab, Writer& writer) {
     follow_columns(lab, writer);
     table.heads = &key_table().dictionary();
     table.allowWeights = 1;
-    std::string word;
-    if (ReadBlock(reader, word, true) == 0 && KeyCompare(word, "END") != 0) read_table(reader, lab);
+    if (read_keywords(reader)) read_table(reader, lab);
     add_stage_column();
+}
+
+/// Reads the keywords in front of the table. False if there is no table.
+bool PVTzExpt::read_keywords(Reader& reader) {
+    // The first word that is no keyword is to be the table's first heading.
+    const ContextScope headings(reader, [](const std::string&) { return true; });
+    std::string word;
+    return ReadBlock(reader, word, true) == 0 && KeyCompare(word, "END") != 0;
 }
 
 /// Reads the table and the END behind it.
@@ -50,8 +57,12 @@ void PVTzExpt::skip_to_end(Reader& reader, EOSLab& lab) {
             reader.Unread();
             return;
         }
-        if (!reported) reader.NotRecognized(word);
-        reader.SkipStatement();
+        if (!reported) {
+            reader.SkipUnknown(word);
+        } else {
+            reader.DiscardLine();
+            reader.SkipStatement();
+        }
     }
 }
 

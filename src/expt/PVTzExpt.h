@@ -35,6 +35,7 @@ protected:
     void follow_columns(EOSLab& lab, Writer& writer);
 
 private:
+    bool read_keywords(Reader& reader);
     void read_table(Reader& reader, EOSLab& lab);
     void skip_to_end(Reader& reader, EOSLab& lab);
     void add_stage_column();

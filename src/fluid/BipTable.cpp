@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "fluid/Charzation.h"
+#include "input/Reader.h"
 
 namespace kestrane {
 
@@ -44,8 +45,9 @@ int BipTable::ReadRow(Reader& reader, std::string& word, int row) {
     if (charz_.find_component(word) < 0) return 0;
     const std::string name = word;
     const int result = Table::ReadRow(reader, word, row);
-    if (result < 1 || has_value(row)) return result;
-    row_without_value_ = name;
+    if (result < 1 || has_value(row) || reader.line_in_error()) return result;
+    word = name;
+    if (!reader.nobody_knows(name)) row_without_value_ = name;
     return 0;
 }
 

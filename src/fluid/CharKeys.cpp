@@ -32,12 +32,19 @@ void report_stage(ErrorList& errors, Reader& reader, const Command& command, con
     errors.Clear();
 }
 
+void report(Reader& reader, const IllegalCharzation& illegal) {
+    if (illegal.place.empty()) return report_illegal_charzation(reader, illegal.reason);
+    std::vector<std::string> lines{"Illegal fluid characterization.", illegal.reason};
+    lines.insert(lines.end(), illegal.place.begin(), illegal.place.end());
+    reader.Error(lines);
+}
+
 /// Reads a component table whose first heading is the word just given back. 0 if none stands here.
 int read_component_table(Reader& reader, Charzation& charz) {
     try {
         return charz.read_table(reader, &bip_words());
     } catch (const IllegalCharzation& illegal) {
-        report_illegal_charzation(reader, illegal.reason);
+        report(reader, illegal);
         return 1;
     }
 }
@@ -60,16 +67,39 @@ bool run_block_keyword(Reader& reader, const std::string& word, Char_Cmd& comman
 void report_stray_word(Reader& reader) {
     std::string word;
     reader.NextKeyword(word);
-    report_illegal_charzation(reader,
-                              "Keyword \"" + word + "\" not recognized in current context.");
+    if (!reader.definitions_lost())
+        report_illegal_charzation(reader,
+                                  "Keyword \"" + word + "\" not recognized in current context.");
     reader.Unread();
+}
+
+/// Whether the word means something in the block: a keyword, or the first heading of a table.
+bool known_in_block(const Char_Cmd& command, const std::string& word) {
+    const AnyColHead* head = component_heads().find(word);
+    return command.FindKey(word) || command.charz.FindKey(word) || (head && head->priority > 0);
+}
+
+/// Reports the first word of the block that nobody knows, and drops its line. What follows may be
+/// the rest of it, as the rows below a head line with a misspelt first word.
+void skip_unknown(Reader& reader, std::string& word, bool& reported) {
+    reader.NextKeyword(word);
+    if (reported) {
+        reader.DiscardLine();
+        reader.SkipStatement();
+    } else {
+        reader.SkipUnknown(word);
+    }
+    reported = true;
 }
 
 /// Reads keywords and tables up to the END of the block.
 void read_block(Reader& reader, Char_Cmd& command) {
     Charzation& charz = command.charz;
     charz.block_closed = false;
+    const ContextScope context(
+        reader, [&](const std::string& name) { return known_in_block(command, name); });
     bool has_table = false;
+    bool has_unknown = false;
     while (!charz.block_closed) {
         reader.SetLineLimit(-1);
         std::string word;
@@ -79,11 +109,14 @@ void read_block(Reader& reader, Char_Cmd& command) {
         reader.Unread();
         const int result = read_component_table(reader, charz);
         if (result < 0) return;
-        if (result == 0) {
+        if (result > 0) {
+            has_table = true;
+        } else if (reader.nobody_knows(word)) {
+            skip_unknown(reader, word, has_unknown);
+        } else {
             if (has_table) report_stray_word(reader);
             return;
         }
-        has_table = true;
     }
 }
 
@@ -131,7 +164,7 @@ void BIPS_Cmd::Read(Reader& reader, const std::string&) {
     try {
         user().read_bips(reader);
     } catch (const IllegalCharzation& illegal) {
-        report_illegal_charzation(reader, illegal.reason);
+        report(reader, illegal);
     }
 }
 

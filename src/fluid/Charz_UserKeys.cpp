@@ -73,7 +73,7 @@ void CharRestore_Cmd::Read(Reader& reader, const std::string&) {
         Execute(reader);
     } else if (restore(user(), name) == Restored::Missing) {
         usable = false;
-        reader.ErrorHere({nothing_to_restore(name)});
+        if (!reader.definitions_lost()) reader.ErrorHere({nothing_to_restore(name)});
     }
 }
 
@@ -100,7 +100,7 @@ void CharAlias_Cmd::Read(Reader& reader, const std::string&) {
         Execute(reader);
     } else if (!user().current()) {
         usable = false;
-        reader.ErrorHere({nothing_for_alias(alias)});
+        if (!reader.definitions_lost()) reader.ErrorHere({nothing_for_alias(alias)});
     } else {
         add_alias(user(), alias);
     }

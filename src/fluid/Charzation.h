@@ -23,7 +23,8 @@ class Reader;
 
 /// A component table that describes no fluid.
 struct IllegalCharzation : BadComponent {
-    std::string reason;  ///< one line, with its full stop
+    std::string reason;              ///< one line, with its full stop
+    std::vector<std::string> place;  ///< of the row in question; empty: where the reader stands
 };
 
 /// A named fluid description: components, an equation of state, binary interaction parameters,

@@ -27,6 +27,7 @@ void Charzation::check_names() const {
         if (comps[i].name.empty()) {
             IllegalCharzation problem;
             problem.reason = "Component " + std::to_string(i + 1) + " was not given a name.";
+            problem.place = table.row_place(static_cast<int>(i));
             throw problem;
         }
         for (std::size_t j = 0; j < i; ++j) {
@@ -34,6 +35,7 @@ void Charzation::check_names() const {
             IllegalCharzation problem;
             problem.reason = "Two or more components were given the same name (\"" +
                              comps[i].name.text() + "\").";
+            problem.place = table.row_place(static_cast<int>(i));
             throw problem;
         }
     }

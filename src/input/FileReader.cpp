@@ -195,6 +195,7 @@ int FileReader::NextLine() {
         const bool expanded = source_.assign(std::move(raw));
         saved_.cursor = source_.line().size();  // the place that was saved is gone with its line
         echo_line();
+        clear_line();
         if (!expanded) {
             writer_.Error({"Macros make the line longer than " +
                                std::to_string(SourceLine::MAX_EXPANDED) +

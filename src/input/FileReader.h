@@ -62,6 +62,12 @@ public:
     int endColumn() const { return state_.endColumn; }
     const std::string& token() const { return token_; }
     const std::string& rawLine() const { return source_.rawLine(); }
+    /// The character behind the last token, after macros; 0 at the end of the line.
+    unsigned char behind() const { return source_.current(); }
+    /// Whether an error was reported since the line was read.
+    bool line_in_error() const { return writer_.errorCounts().errors > errorsBefore_; }
+    /// What was reported since the line was read is not about the line.
+    void clear_line() { errorsBefore_ = writer_.errorCounts().errors; }
     /// `{prefix} at column {c} of line {n} of the {file}.`
     std::string Place(std::string_view prefix, bool withColumn) const;
 
@@ -100,6 +106,7 @@ private:
     bool wide_text_ = false;  ///< the file holds no text of single bytes
     int flags_ = 0;
     int lineNumber_ = 0;
+    int errorsBefore_ = 0;  ///< errors counted when the line was read
     int lineLimit_ = -1;
     int echo_ = 0;
     int lastEchoedLine_ = 0;

@@ -9,6 +9,7 @@
 #include "input/CharSet.h"
 #include "input/KeyCensus.h"
 #include "input/Reader.h"
+#include "input/StrayLines.h"
 
 namespace kestrane {
 
@@ -70,22 +71,30 @@ const CmdKey* Key_User::FindKey(const std::string& word) const {
 }
 
 void Key_User::ReadAll(Reader& reader) {
+    const auto find_anywhere = [this](const std::string& name) {
+        const CmdKey* key = FindKey(name);
+        return key ? key : dictionary_of<Key_User>().find(name);
+    };
+    const ContextScope context(
+        reader, [&](const std::string& name) { return find_anywhere(name) != nullptr; }, true);
+    StrayLines stray;
     std::string word;
     for (;;) {
         reader.SetLineLimit(-1);
         if (reader.NextKeyword(word) <= 0) return;
-        const CmdKey* key = FindKey(word);
-        if (!key) key = dictionary_of<Key_User>().find(word);
-        if (key) {
+        const CmdKey* key = find_anywhere(word);
+        if (!key) {
+            stray.skip(reader, word);
+        } else if (!stray.take(reader)) {
+            stray.end(word);
             key->Run(reader, word, *this);
-        } else {
-            reader.NotRecognized(word);
-            reader.SkipStatement();
         }
     }
 }
 
 int Key_User::ReadBlock(Reader& reader, std::string& word, bool allowGlobal) {
+    const ContextScope context(reader,
+                               [this](const std::string& name) { return FindKey(name) != nullptr; });
     for (;;) {
         reader.SetLineLimit(-1);
         const int result = reader.NextKeyword(word);
@@ -96,6 +105,11 @@ int Key_User::ReadBlock(Reader& reader, std::string& word, bool allowGlobal) {
             if (allowGlobal) key = dictionary_of<Key_User>().find(word);
         }
         if (!key) {
+            // What nobody knows ends no block: the rest of the block would be unknown outside it.
+            if (reader.nobody_knows(word)) {
+                reader.SkipUnknown(word);
+                continue;
+            }
             reader.Unread();
             return 0;
         }

@@ -90,8 +90,9 @@ public:
     virtual const CmdKey* FindKey(const std::string& word) const;
     /// Reads commands until the input ends. Words nobody knows are reported and skipped.
     virtual void ReadAll(Reader& reader);
-    /// Reads a nested block to its END (consumed) or to a word it does not know (put back).
-    /// Returns 0 then, and the reader's negative result at the end of input.
+    /// Reads a nested block to its END (consumed) or to a word that only an outer context knows (put
+    /// back). Words nobody knows are reported and skipped. Returns 0 at the block's end, and the
+    /// reader's negative result at the end of input.
     virtual int ReadBlock(Reader& reader, std::string& word, bool allowGlobal);
     /// Reads and runs one sub-keyword on the current line; 0 if none stands there.
     virtual int ReadOne(Reader& reader, std::string& word);

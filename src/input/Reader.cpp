@@ -209,6 +209,30 @@ void Reader::NotRecognized(const std::string& word) {
     ErrorHere({"Keyword \"" + word + "\" not recognized in current context."});
 }
 
+void Reader::SkipUnknown(const std::string& word) {
+    if (!top().line_in_error()) NotRecognized(word);
+    LoseDefinitions();
+    DiscardLine();
+    SkipStatement();
+}
+
+bool Reader::knows(const std::string& word) const {
+    return std::any_of(contexts_.begin(), contexts_.end(),
+                       [&](const Knows& context) { return context(word); });
+}
+
+bool Reader::nobody_knows(const std::string& word) const {
+    return !contexts_.empty() && !knows(word);
+}
+
+bool Reader::line_in_error() const {
+    return top().line_in_error();
+}
+
+void Reader::ClearLine() {
+    top().clear_line();
+}
+
 void Reader::ErrorHere(std::vector<std::string> lines, int detail) {
     Locate(lines, detail);
     Error(lines);
@@ -238,8 +262,25 @@ const std::string& Reader::token() const {
     return top().token();
 }
 
+const std::string& Reader::line() const {
+    return top().rawLine();
+}
+
+bool Reader::bracket_follows() const {
+    return top().behind() == '(';
+}
+
 InFile& Reader::file() const {
     return top().file();
+}
+
+ContextScope::ContextScope(Reader& reader, Reader::Knows knows, bool whole_script)
+    : reader_(reader), counts_(whole_script || !reader.contexts_.empty()) {
+    if (counts_) reader_.contexts_.push_back(std::move(knows));
+}
+
+ContextScope::~ContextScope() {
+    if (counts_) reader_.contexts_.pop_back();
 }
 
 LineLimitScope::LineLimitScope(Reader& reader, int limit)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <span>
@@ -71,6 +72,24 @@ public:
                 std::string_view prefix = "Problem detected") const;
     /// Reports `Keyword "{word}" not recognized in current context.` as an error with its place.
     void NotRecognized(const std::string& word);
+    /// Reports a word that no context knows and drops what belongs to it: the rest of its line, and
+    /// the numbers that follow. Silent if something of its line has been reported before, which it
+    /// then follows from: TEMP 20 X lacks a unit, and X need not be told.
+    void SkipUnknown(const std::string& word);
+    /// Whether some context that is open knows the word.
+    bool knows(const std::string& word) const;
+    /// Whether no context of the script knows the word. False outside of a script's reading, where
+    /// it is not known who reads on.
+    bool nobody_knows(const std::string& word) const;
+    /// Whether an error was reported since the current line was read.
+    bool line_in_error() const;
+    /// What was reported last is not about the line that has been read since.
+    void ClearLine();
+    /// From here on `definitions_lost` is true: the script holds something that could not be read.
+    void LoseDefinitions() { definitionsLost_ = true; }
+    /// Names may be missing because what would define them was in error: they are not to be
+    /// reported as undefined.
+    bool definitions_lost() const { return definitionsLost_; }
     /// An error block: the given lines, then three (or `detail`) location lines.
     void ErrorHere(std::vector<std::string> lines, int detail = 2);
 
@@ -80,11 +99,16 @@ public:
     int endColumn() const;    ///< one past its last character
     int lineNumber() const;   ///< from 1
     const std::string& token() const;
+    const std::string& line() const;  ///< the last one read, as it stands in the file
+    /// Whether the last token has a bracket behind it, as a heading with its unit: PRES(psia).
+    bool bracket_follows() const;
     const std::string& lastWord() const { return lastWord_; }
     InFile& file() const;  ///< the file being read
 
 private:
     friend class LineLimitScope;
+    friend class ContextScope;
+    using Knows = std::function<bool(const std::string&)>;
     struct Level;
 
     template <class F>
@@ -99,6 +123,22 @@ private:
     Macros macros_;
     std::string lastWord_;
     std::size_t pushes_ = 0;  ///< files opened so far: serial numbers of the levels
+    std::vector<Knows> contexts_;  ///< from the script's to the innermost
+    bool definitionsLost_ = false;
+};
+
+/// Lets the reader know, for a scope, which words are known there.
+class ContextScope {
+public:
+    /// `whole_script`: the scope is the outermost. Others count only within such a one.
+    ContextScope(Reader& reader, Reader::Knows knows, bool whole_script = false);
+    ~ContextScope();
+    ContextScope(const ContextScope&) = delete;
+    ContextScope& operator=(const ContextScope&) = delete;
+
+private:
+    Reader& reader_;
+    bool counts_;
 };
 
 /// Sets the reader's line limit for a scope, and restores it on the file it came from.

@@ -34,6 +34,7 @@ void Table::CopyFrom(const Table& other) {
 
 void Table::Clear() {
     columns.clear();
+    row_places_.clear();
     rowCount = 0;
     minPriority = std::numeric_limits<int>::max();
     maxPriority = std::numeric_limits<int>::lowest();
@@ -151,7 +152,9 @@ void Table::Merge(Reader& reader, const Table& other) {
         while (!keys.empty() && here < rowCount && !agree(here, there)) ++here;
         if (here >= rowCount) {
             std::vector<std::string> lines{"Table merger incomplete."};
-            reader.Locate(lines, 2);
+            const std::vector<std::string>& place = other.row_place(there);
+            lines.insert(lines.end(), place.begin(), place.end());
+            if (place.empty()) reader.Locate(lines, 2);
             lines.push_back("Row " + std::to_string(there + 1) +
                             " of the most recent table had no corresponding");
             lines.push_back("row in the previously existing table.");

@@ -265,18 +265,30 @@ public:
     int allowWeights = 0;
     bool closed = false;  ///< the last Read ended with the table's own END
 
+    /// The lines of a message that tell where the row stands in the script: its place and its text.
+    /// Empty if that is not known, as for rows beyond the first thousand.
+    const std::vector<std::string>& row_place(int row) const;
+
 private:
     int read_block(Reader& reader, const CmdDictionary* stopWords, std::string& word,
                    bool& head_follows);
     bool read_rows(Reader& reader, const CmdDictionary* stopWords, std::string& word);
     int read_cells(Reader& reader, std::string& word, int row, int placed);
     void read_repeats(Reader& reader, int row, int& placed);
+    bool skip_bad_cell(Reader& reader, std::string& word);
+    void report_misplaced(Reader& reader, const std::string& word);
     int owner_of(int placed, int endColumn) const;
     void assume_units(Reader& reader);
+    const Units* read_unit(Reader& reader, std::string& word, const UnitSet& set);
+    void report_heading(Reader& reader, const std::string& word);
     bool begins_with_text() const;
     bool continues_head(Reader& reader, const AnyColHead& head) const;
     int read_named_row(Reader& reader, std::string& word);
     std::vector<AnyColumn*> columns_to_print();
+
+    std::string head_place_;         ///< for messages about the head line
+    std::vector<std::vector<std::string>> row_places_;
+    bool misplaced_reported_ = false;  ///< a value without a column has been reported
 };
 
 }  // namespace kestrane

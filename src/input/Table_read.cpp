@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "input/CharSet.h"
+#include "input/FileReader.h"
 #include "input/Reader.h"
 #include "input/Table.h"
 
@@ -10,6 +12,12 @@ namespace {
 
 /// Most cells of one table, blank ones included: far beyond any laboratory's, and within memory.
 constexpr std::size_t MAX_CELLS = 2'000'000;
+
+/// Rows whose places in the script are kept for messages.
+constexpr std::size_t MAX_PLACES = 1000;
+
+/// What reading a row returns if the line was none of the table, has been reported and dropped.
+constexpr int LEFT_TABLE = -1;
 
 /// The next word, past empty fields; 0 at the line limit or where a "/" ends the data.
 int next_word(Reader& reader, std::string& word) {
@@ -41,6 +49,25 @@ bool stands_for_placeholder(const std::string& word) {
 bool is_number_column(const AnyColumn& column) {
     return dynamic_cast<const DataColumn<double>*>(&column) ||
            dynamic_cast<const DataColumn<int>*>(&column);
+}
+
+/// Whether a number stands behind the word that was read first on its line.
+bool number_follows(const Reader& reader, const std::string& word) {
+    const std::string& line = reader.line();
+    const std::size_t at = line.find(word);
+    if (at == std::string::npos) return false;
+    const auto behind = line.begin() + static_cast<std::ptrdiff_t>(at + word.size());
+    const auto skipped = [](char c) { return SkipSet.contains(static_cast<unsigned char>(c)); };
+    const auto first = std::find_if_not(behind, line.end(), skipped);
+    double number = 0.0;
+    return parse_number(std::string(first, std::find_if(first, line.end(), skipped)), number);
+}
+
+/// Drops a line that is none of the table.
+int leave_table(Reader& reader) {
+    reader.LoseDefinitions();
+    reader.DiscardLine();
+    return LEFT_TABLE;
 }
 
 /// How often a token like 3*7.5 or 3* delivers; 1 for others.
@@ -87,6 +114,8 @@ int Table::read_block(Reader& reader, const CmdDictionary* stopWords, std::strin
 /// word has then been read.
 bool Table::read_rows(Reader& reader, const CmdDictionary* stopWords, std::string& word) {
     while (next_word(reader, word) > 0) {
+        std::vector<std::string> place;
+        if (row_places_.size() < MAX_PLACES) reader.Locate(place, 2);
         if (allowWeights && ReadWeights(reader, word) > 0) continue;
         if (KeyCompare(word, "END") == 0) {
             closed = true;
@@ -101,6 +130,10 @@ bool Table::read_rows(Reader& reader, const CmdDictionary* stopWords, std::strin
             reader.Unread();
             return false;
         }
+        if (!begins_with_text() && reader.knows(word) && number_follows(reader, word)) {
+            reader.Unread();  // TEMP 30 C is no line of headings
+            return false;
+        }
         int row_read = 0;
         const AnyColHead* head = heads ? heads->find(word) : nullptr;
         if (!head || head->priority < 1) {
@@ -110,13 +143,27 @@ bool Table::read_rows(Reader& reader, const CmdDictionary* stopWords, std::strin
         } else {
             row_read = read_named_row(reader, word);
         }
+        if (row_read == LEFT_TABLE) return false;
         if (row_read < 1) {
             reader.Unread();
-            return false;
+            if (!reader.nobody_knows(word)) return false;
+            // What nobody knows is a slip within the table, which goes on behind it.
+            next_word(reader, word);
+            if (!reader.line_in_error()) reader.NotRecognized(word);
+            reader.LoseDefinitions();
+            reader.DiscardLine();
+            continue;
         }
         ++rowCount;
+        if (!place.empty()) row_places_.push_back(std::move(place));
     }
     return false;
+}
+
+const std::vector<std::string>& Table::row_place(int row) const {
+    static const std::vector<std::string> unknown;
+    const auto at = static_cast<std::size_t>(row);
+    return at < row_places_.size() ? row_places_[at] : unknown;
 }
 
 /// Whether the line that began with a keyword of `head` goes on as a head line: a row may begin
@@ -156,26 +203,46 @@ int Table::ReadHead(Reader& reader, std::string& word) {
                     reader.Unread();
                     return 0;
                 }
-                reader.NotRecognized(word);
+                report_heading(reader, word);
             }
             if (count++ == 0) Clear();
             if (!head) {
                 AddColumn(std::make_unique<AnyColumn>()).startColumn = start;
+                if (reader.bracket_follows()) next_word(reader, word);  // its unit
                 continue;
             }
-            const Units* unit = nullptr;
-            if (head->unitSet) {
-                if (next_word(reader, word) > 0) unit = head->unitSet->find(word);
-                if (!unit) {
-                    reader.Unread();
-                    unit = head->unitSet->find("");
-                }
-            }
+            const Units* unit =
+                head->unitSet ? read_unit(reader, word, *head->unitSet) : nullptr;
             AddColumn(head->MakeColumn(unit, start));
         } while (next_word(reader, word) > 0);
+        std::vector<std::string> place;
+        reader.Locate(place, 1, false);
+        head_place_ = place.front();
     }
     ReadUnits(reader, word);
     return count;
+}
+
+void Table::report_heading(Reader& reader, const std::string& word) {
+    // Columns are named after components too (K-C1): those of a fluid that could not be read are
+    // not known.
+    const bool of_component = word.find('-') != std::string::npos;
+    if (!of_component || !reader.definitions_lost()) reader.NotRecognized(word);
+}
+
+/// The unit behind a heading. Without one, the unit without a name if there is one; a word in
+/// brackets that is no unit is an error, and the default is taken.
+const Units* Table::read_unit(Reader& reader, std::string& word, const UnitSet& set) {
+    const bool in_brackets = reader.bracket_follows();
+    if (next_word(reader, word) > 0) {
+        if (const Units* unit = set.find(word)) return unit;
+        if (in_brackets && !heads->find(word)) {
+            reader.NotRecognized(word);
+            return &set.default_unit();
+        }
+    }
+    reader.Unread();
+    return set.find("");
 }
 
 /// The last column after `placed` whose heading does not start right of `endColumn`; `placed`
@@ -203,11 +270,15 @@ int Table::ReadUnits(Reader& reader, std::string& word) {
                 const int owner = owner_of(placed, reader.endColumn() - 1);
                 const bool passed = owner > placed;
                 placed = owner;
-                if (!passed ||
-                    (ColumnAt(owner).head && ColumnAt(owner).head->unitSet && !unit_under(owner)))
+                AnyColumn& column = ColumnAt(owner);
+                const UnitSet* set = column.head ? column.head->unitSet : nullptr;
+                const Units* unit = unit_under(owner);
+                if (!passed || (set && !unit)) {
                     reader.NotRecognized(word);
-                else if (const Units* unit = unit_under(owner))
-                    ColumnAt(owner).unit = unit;
+                    if (set && !column.unit) column.unit = &set->default_unit();
+                } else if (unit) {
+                    column.unit = unit;
+                }
             }
         } else {
             reader.Unread();
@@ -224,12 +295,13 @@ void Table::assume_units(Reader& reader) {
         column->unit = &column->head->unitSet->default_unit();
         if (column->unit->name().empty()) continue;
         std::vector<std::string> lines{"No units assigned to \"" + column->head->BestName(-1) +
-                                       "\" column."};
-        reader.Locate(lines, 1, false);
+                                       "\" column.",
+                                       head_place_};
         lines.push_back("To allow further input, units of \"" + column->unit->name() +
                         "\" will be assumed.");
         reader.Error(lines);
     }
+    reader.ClearLine();  // the line below the head may have been read already
 }
 
 int Table::ReadWeights(Reader& reader, std::string& word) {
@@ -265,9 +337,12 @@ int Table::ReadRow(Reader& reader, std::string& word, int row) {
     return read_cells(reader, word, row, -1);
 }
 
-/// Reads the cells of a row right of the column that was placed last (-1: none yet).
+/// Reads the cells of a row right of the column that was placed last (-1: none yet). `word` is the
+/// row's first word.
 int Table::read_cells(Reader& reader, std::string& word, int row, int placed) {
     const int count = static_cast<int>(columns.size());
+    // A statement that stands where a row of names is expected: the table's END is missing.
+    const bool statement = begins_with_text() && reader.knows(word);
     const LineLimitScope this_line(reader, 0);
     for (;;) {
         const int found = next_word(reader, word);
@@ -284,23 +359,43 @@ int Table::read_cells(Reader& reader, std::string& word, int row, int placed) {
                 return 0;
             }
             if (!ColumnAt(placed).IsData()) continue;  // more of what is read over
-            reader.NotRecognized(word);
+            report_misplaced(reader, word);
+            if (statement) return leave_table(reader);
             if (placed + 1 < count) continue;
             reader.DiscardLine();
             break;
         }
         reader.Unread();
-        // A word where a number belongs ends the row, and is left to whoever reads on.
-        if (ColumnAt(owner).ReadCell(reader, row) <= 0) {
-            if (placed < 0) return 0;
-            break;
+        if (ColumnAt(owner).ReadCell(reader, row) > 0) {
+            placed = owner;
+            read_repeats(reader, row, placed);
+            continue;
         }
+        if (placed < 0) return 0;
+        if (!skip_bad_cell(reader, word)) break;
+        if (statement) return leave_table(reader);
         placed = owner;
-        read_repeats(reader, row, placed);
     }
     if (placed < 0) return 0;
     for (const auto& column : columns) column->GrowTo(row + 1);
     return 1;
+}
+
+/// Reports a word that stands where a number belongs. A word that begins a statement ends the row
+/// instead, and is left to whoever reads on: false.
+bool Table::skip_bad_cell(Reader& reader, std::string& word) {
+    if (!reader.nobody_knows(word)) return false;
+    next_word(reader, word);
+    reader.NotRecognized(word);
+    reader.LoseDefinitions();
+    return true;
+}
+
+/// Reports a value that stands under no heading of its own. Once: where a heading is missing, every
+/// row has such a value.
+void Table::report_misplaced(Reader& reader, const std::string& word) {
+    if (!misplaced_reported_) reader.NotRecognized(word);
+    misplaced_reported_ = true;
 }
 
 /// Deals the rest of a repeated number (3*7.5) out to the columns that follow. What does not fit

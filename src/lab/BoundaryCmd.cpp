@@ -123,7 +123,7 @@ void Boundary_Cmd::Read(Reader& reader, const std::string& key) {
         limit_reader.read(limits[1]);
     else if (another)
         reader.Unread();
-    if (!limits[0].given || !limits[1].given)
+    if ((!limits[0].given || !limits[1].given) && !reader.line_in_error())
         reader.ErrorHere(
             {"Incomplete \"" + key + "\" command.", "A limit was expected but not found."});
 }

@@ -15,7 +15,8 @@ template <>
 void Kval_Cmd::Read(Reader& reader, const std::string&) {
     const Charzation* charz = user().Charz_User::current();
     if (!charz) {
-        reader.ErrorHere({"K-values cannot be given without a prior fluid characterization."});
+        if (!reader.definitions_lost())
+            reader.ErrorHere({"K-values cannot be given without a prior fluid characterization."});
         reader.SkipStatement();
         return;
     }

@@ -149,7 +149,7 @@ private:
         if (first_item_) numbers_first_ = has_number_;
         first_item_ = false;
         if (has_name_) close();
-        invalid(word);
+        invalid(word, place_of(word));
         item_ = Ingredient{};
         has_name_ = true;
         has_number_ = false;
@@ -159,6 +159,10 @@ private:
         if (has_number_ || (has_name_ && numbers_first_)) close();
         item_.amount = number;
         has_number_ = true;
+        // Whether a name follows shows on the next word, which may stand on another line.
+        const Charzation* charz = lab_.Charz_User::current();
+        if (!has_name_ && number != 0.0 && !(charz && position_ < charz->comp_count()))
+            place_ = place_of(std::to_string(position_ + 1));
     }
 
     void close() {
@@ -178,17 +182,26 @@ private:
             item_.component = position_;
             item_.name = charz->comps[static_cast<std::size_t>(position_)].name.text();
         } else if (item_.amount != 0.0) {
-            invalid(std::to_string(position_ + 1));
+            invalid(std::to_string(position_ + 1), place_);
         }
         ++position_;
     }
 
-    void invalid(const std::string& ingredient) {
-        mix_.valid = false;
-        std::vector<std::string> lines{"Invalid ingredient for mixture \"" + mix_.name + "\"."};
+    std::vector<std::string> place_of(const std::string& ingredient) const {
+        std::vector<std::string> lines;
         reader_.Locate(lines, 3, true, "Problem for " + ingredient);
+        return lines;
+    }
+
+    void invalid(const std::string& ingredient, const std::vector<std::string>& place) {
+        mix_.valid = false;
+        if (reader_.definitions_lost()) return;
+        std::vector<std::string> lines{"Invalid ingredient for mixture \"" + mix_.name + "\"."};
+        lines.insert(lines.end(), place.begin(), place.end());
         lines.push_back(undefined(ingredient));
         reader_.Error(lines);
+        // Without a fluid no component is known: the first says so for all.
+        if (!lab_.Charz_User::current()) reader_.LoseDefinitions();
     }
 
     int component_of(const std::string& word) const {
@@ -214,6 +227,7 @@ private:
     bool numbers_first_ = false;
     bool types_first_ = false;
     int position_ = 0;  ///< next component by position
+    std::vector<std::string> place_;  ///< of the number at hand, where it has no component
 };
 
 void add_component(Tank& tank, const Ingredient& item) {
@@ -276,7 +290,8 @@ std::string add_ingredient(EOSLab& lab, Tank& tank, const Ingredient& item) {
         return "Ingredient \"" + item.name + "\" was void of total moles, total mass, or both.";
     } catch (const UnconvertedTank& failure) {
         return conversion_message("Ingredient \"" + item.name + "\"", *source, tank.charz(),
-                                  failure.reason);
+                                  failure.reason) +
+               ".";
     }
 }
 
@@ -295,9 +310,11 @@ void Mix_Cmd::Read(Reader& reader, const std::string&) {
         reader.Locate(lines, 3, true, "Problem detected");
         lines.push_back(reason);
         reader.Error(lines);
+        reader.LoseDefinitions();
     }
     IngredientReader(reader, user(), *this).read();
-    if (valid) user().store_mixture(name, Tank(name, user().current(nullptr)));
+    // With an ingredient in error too: what follows in the script may name it.
+    if (reason.empty()) user().store_mixture(name, Tank(name, user().current(nullptr)));
 }
 
 template <>

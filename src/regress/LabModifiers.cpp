@@ -84,7 +84,8 @@ TankMod::TankMod(const Command& owner, EOSLab& lab, bool by_mass, Reader& reader
     next_word_is(reader, in);
     if (reader.NextWord(mixture_) <= 0) mixture_.clear();
     const bool known = !mixture_.empty() && lab.find_mixture(mixture_);
-    if (!known) reader.ErrorHere({"\"" + mixture_ + "\" not recognized as a mixture name."});
+    if (!known && !reader.definitions_lost() && !reader.line_in_error())
+        reader.ErrorHere({"\"" + mixture_ + "\" not recognized as a mixture name."});
     target_ = std::string(by_mass ? "mass" : "moles") + " of " + range.text + " in " + mixture_;
     usable_ = known && !range.empty();
     if (!range.empty()) {
@@ -104,7 +105,7 @@ void TankMod::apply(Writer& writer) {
         try {
             tank->convert(current);
         } catch (const UnconvertedTank& failure) {
-            refuse(writer, conversion_message("The mixture", *tank, current, failure.reason));
+            refuse(writer, conversion_message("The mixture", *tank, current, failure.reason) + ".");
         }
     }
     change(writer, *tank);

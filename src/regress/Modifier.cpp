@@ -174,7 +174,8 @@ void Modifier::read_value(Reader& reader) {
     }
     variable_name_ = word;
     variable_ = fitter_ ? fitter_->findVariable(word) : -1;
-    if (variable_ < 0) reader.ErrorHere({"\"" + word + "\" not recognized as a variable."});
+    if (variable_ < 0 && !reader.definitions_lost() && !reader.line_in_error())
+        reader.ErrorHere({"\"" + word + "\" not recognized as a variable."});
 }
 
 void Modifier::read_unit(Reader& reader, const UnitSet& units) {
@@ -184,7 +185,7 @@ void Modifier::read_unit(Reader& reader, const UnitSet& units) {
     if (unit_) return;
     if (found > 0 || (found == 0 && reader.flags() == 0)) reader.Unread();
     unit_ = &units.default_unit();
-    if (unit_->name().empty()) return;
+    if (unit_->name().empty() || reader.line_in_error()) return;
     const std::string by = variable_name_.empty() ? general_text(literal_) : variable_name_;
     std::vector<std::string> lines{"Cannot " + std::string(verb_->verb) + target_ + " by " + by +
                                    " without valid units."};
@@ -202,6 +203,7 @@ void read_variable(Reader& reader, Fitter* fitter) {
     std::string name;
     if (reader.NextWord(name) <= 0) {
         reader.ErrorHere({"A name was expected for a regression variable."});
+        reader.LoseDefinitions();
         return;
     }
     std::vector<double> numbers(3, UNSET);

@@ -1,6 +1,7 @@
 // BLACK: writes a black oil table.
 
 #include <algorithm>
+#include <cstdint>
 #include <new>
 #include <set>
 #include <sstream>
@@ -181,7 +182,8 @@ void UserCmd<BlackOil_Cmd, BlackCollector_Data>::Read(Reader& reader, const std:
     if (table.collector.empty()) {
         table.bad = true;
     } else if (!table.user().collectors.find(table.collector)) {
-        reader.ErrorHere({"Bad collector name \"" + table.collector + "\"."}, 3);
+        if (!reader.definitions_lost())
+            reader.ErrorHere({"Bad collector name \"" + table.collector + "\"."}, 3);
         table.bad = true;
     }
 }
@@ -193,7 +195,8 @@ void UserCmd<BlackOil_Cmd, BlackProcess_Data>::Read(Reader& reader, const std::s
     if (table.process.empty()) {
         table.bad = true;
     } else if (!table.user().processes.find(table.process)) {
-        reader.ErrorHere({"Bad process name \"" + table.process + "\"."}, 3);
+        if (!reader.definitions_lost())
+            reader.ErrorHere({"Bad process name \"" + table.process + "\"."}, 3);
         table.bad = true;
     }
 }
@@ -227,8 +230,11 @@ void BlackOil_Cmd::Read(Reader& reader, const std::string&) {
     const bool was_immediate = immediate;
     immediate = false;
     std::string next;
+    const std::int32_t errors_before = reader.errorCounts().errors;
     ReadBlock(reader, next, true);
     immediate = was_immediate;
+    // What seems to be missing may stand in a line that was in error.
+    if (reader.errorCounts().errors != errors_before) return;
     ErrorList problems;
     if (collector.empty() && !bad) problems.Add("No collector was specified", ERROR);
     if (process.empty() && !bad) problems.Add("No surface process was specified", ERROR);

@@ -42,6 +42,7 @@ void read_data(UserCmd<Collect_Cmd, Store_Data<KIND>>& command, Reader& reader) 
     Collector& collector = *command.user().collector;
     Charzation* charz = command.user().user().current(nullptr);
     ErrorList problems;
+    if (!charz && reader.definitions_lost()) return;
     if (!charz) {
         problems.Add("No fluid characterization was ever defined", ERROR);
     } else if (const std::string reason = collector.refusal(*charz); !reason.empty()) {

@@ -84,7 +84,7 @@ void Process::default_feeds() {
 
 /// The last stage whose liquid no later stage takes. A liquid left elsewhere leaves the process
 /// unseen, which is said.
-void Process::feed_oil(OutStage& oil, Reader& reader) {
+void Process::feed_oil(OutStage& oil, Reader& reader, const std::string& location) {
     SepStage* last = nullptr;
     for (const auto& stage : stages)
         if (!feeds_later_stage(*stage, true)) last = stage.get();
@@ -98,7 +98,7 @@ void Process::feed_oil(OutStage& oil, Reader& reader) {
         });
         if (!taken)
             reader.Warning(
-                {"The liquid of " + stage_label(*stage) + " goes nowhere.",
+                {"The liquid of " + stage_label(*stage) + " goes nowhere.", location,
                  "Only the liquid of stage \"" + last->name + "\" goes to the product \"Oil\"."});
     }
 }
@@ -109,7 +109,7 @@ void Process::feed_gas(OutStage& gas) {
     if (gas.feeds.empty()) gas.AddFeed(nullptr, 0.0, 1.0);
 }
 
-void Process::Complete(Reader& reader) {
+void Process::Complete(Reader& reader, const std::string& location) {
     for (const auto& stage : stages) stage->ResolveFeeds(reader);
     for (const auto& product : products) product->ResolveFeeds(reader);
     default_feeds();
@@ -117,7 +117,7 @@ void Process::Complete(Reader& reader) {
     OutStage* gas = find_product("GAS");
     if (!oil) oil = &AddProduct("Oil");
     if (!gas) gas = &AddProduct("Gas");
-    if (!oil->ownFeed) feed_oil(*oil, reader);
+    if (!oil->ownFeed) feed_oil(*oil, reader, location);
     if (!gas->ownFeed) feed_gas(*gas);
 }
 

@@ -35,8 +35,9 @@ public:
     OutStage& AddProduct(const std::string& product_name);
     SepStage* LastStage() const;
     /// Finds all sources, gives stages without feed the liquid of the stage before, and adds the
-    /// products "Oil" and "Gas" where none is so named.
-    void Complete(Reader& reader);
+    /// products "Oil" and "Gas" where none is so named. Warns, with `location`, of a liquid that
+    /// leaves the process unseen.
+    void Complete(Reader& reader, const std::string& location);
 
     /// Passes a stream through: the stages in script order, then the products. A stage that feeds
     /// an earlier one delivers nothing to it. Problems are left in the stages' error lists and in
@@ -67,7 +68,7 @@ public:
 private:
     bool feeds_later_stage(const SepStage& stage, bool liquid) const;
     void default_feeds();
-    void feed_oil(OutStage& oil, Reader& reader);
+    void feed_oil(OutStage& oil, Reader& reader, const std::string& location);
     void feed_gas(OutStage& gas);
     bool needs_incoming_phases(bool report) const;
     void split_incoming(IncomingPhase phase);

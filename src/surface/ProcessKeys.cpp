@@ -1,5 +1,9 @@
 // PROC: a surface train, with the words of its stages and products.
 
+#include <cstdint>
+#include <string>
+#include <vector>
+
 #include "input/UserCmd.h"
 #include "lab/EOSLab.h"
 #include "surface/NameArgument.h"
@@ -92,7 +96,7 @@ template <>
 void UserCmd<SepStage, StageSep_Data>::Read(Reader& reader, const std::string&) {
     SepStage& stage = user();
     stage.separator = read_name_of(reader, "separator");
-    if (stage.separator.empty() || stage.ResolveSeparator()) return;
+    if (stage.separator.empty() || stage.ResolveSeparator() || reader.definitions_lost()) return;
     reader.ErrorHere({"Separator \"" + stage.separator + "\" is undefined."}, 3);
 }
 
@@ -102,9 +106,12 @@ void Stage_Cmd::Read(Reader& reader, const std::string&) {
     if (!name.empty() && user().find_stage(name))
         fatal_here(reader, "Duplicate process stage \"" + name + "\".");
     stage = &user().AddStage(name);
+    const std::int32_t errors_before = reader.errorCounts().errors;
+    std::vector<std::string> lines{"No separator for process stage \"" + name + "\"."};
+    reader.Locate(lines, 3);
     read_block(*stage, reader);
-    if (stage->separator.empty())
-        fatal_here(reader, "No separator for process stage \"" + name + "\".");
+    if (stage->separator.empty() && reader.errorCounts().errors == errors_before)
+        reader.Fatal(lines);
 }
 
 template <>
@@ -141,7 +148,7 @@ template <>
 void Process_Cmd::Read(Reader& reader, const std::string&) {
     process = make_dyn<Process>(user(), read_name_of(reader, "process"));
     read_block(*process, reader);
-    process->Complete(reader);
+    process->Complete(reader, Location());
     if (!process->name.empty()) user().processes.set(process->name, process);
 }
 

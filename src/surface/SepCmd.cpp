@@ -28,13 +28,13 @@ namespace {
 template <>
 void Sep_Cmd::Read(Reader& reader, const std::string& key) {
     Charzation* charz = user().current(nullptr);
-    if (!charz)
+    if (!charz && !reader.definitions_lost())
         fatal_here(reader, "Illegal \"" + key + "\" command.",
                    "Separators cannot be defined without a prior fluid characterization.");
     sep = make_dyn<Sep>();
     sep->name = read_name_of(reader, "separator");
     sep->characterization = charz;
-    sep->componentCount = charz->size();
+    sep->componentCount = charz ? charz->size() : 0;
     read_temperature_and_pressure(reader, sep->temperature, sep->pressure);
     sep->immediate = false;
     std::string next;
