@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 
+#include "equil/Lanes.h"
 #include "fluid/Charzation.h"
 #include "input/Keyword.h"
 
@@ -85,7 +86,8 @@ A_2P_EOS::T_Parms::T_Parms(const Charzation& characterization, double temperatur
     T = temperature;
     inv_T = 1.0 / temperature;
     const std::size_t triangle = n * (n + 1) / 2;
-    store_.assign(triangle + 2 * n + n * stride, 0.0);
+    // Work by whole blocks reads up to a block behind the end of an array.
+    store_.assign(triangle + 2 * n + n * stride + BLOCK, 0.0);
     aij = store_.data();
     bi = aij + triangle;
     ci = bi + n;
@@ -179,23 +181,47 @@ void A_2P_EOS::set_pressure(EOS_C_Parms& phase, double P) const {
 
 namespace {
 
-// Each s_i is the sum over j = 0, 1, .. of a_ij x_j in that order. Because the matrix is symmetric,
-// row j holds the a_ij of a block of neighbouring i side by side, so a block of sums is carried
-// along together in registers.
-[[gnu::target_clones("avx2", "default")]] void attraction_sums(const double* rows,
-                                                               std::size_t stride,
-                                                               std::span<const double> x,
-                                                               double* s) {
-    constexpr std::size_t BLOCK = A_2P_EOS::T_Parms::BLOCK;
-    for (std::size_t i = 0; i < stride; i += BLOCK) {
-        double sum[BLOCK] = {};
-        const double* row = rows + i;
-        for (const double x_j : x) {
-            for (std::size_t k = 0; k < BLOCK; ++k) sum[k] += row[k] * x_j;
+struct MixtureSums {
+    double a = 0.0, b = 0.0, c = 0.0;
+};
+
+/// s = a x and the sums of x s, x b and x c. Each s_i is the sum over j = 0, 1, .. of a_ij x_j in
+/// that order: because the matrix is symmetric, row j holds the a_ij of neighbouring i side by
+/// side, so that a block of sums is carried along together in registers. `x` has room for LANES.
+[[gnu::target_clones("avx2", "default")]] void mixture_sums(const A_2P_EOS::T_Parms& t,
+                                                            const double* x, double* s,
+                                                            MixtureSums& sums) {
+    const std::size_t n = t.n, stride = t.stride;
+    const double* const end = x + n;
+    for (std::size_t i = 0; i < stride; i += A_2P_EOS::T_Parms::BLOCK) {
+        Lanes low = {}, high = {};
+        const double* row = t.rows + i;
+        for (const double* x_j = x; x_j != end; ++x_j) {
+            low += lanes(row) * *x_j;
+            high += lanes(row + LANES) * *x_j;
             row += stride;
         }
-        for (std::size_t k = 0; k < BLOCK; ++k) s[i + k] = sum[k];
+        lanes(s + i) = low;
+        lanes(s + i + LANES) = high;
     }
+    const double* const b = t.bi;
+    const double* const c = t.ci;
+    Lanes sum_a = {}, sum_b = {}, sum_c = {};
+    std::size_t i = 0;
+    for (; i + LANES <= n; i += LANES) {
+        sum_a += lanes(x + i) * lanes(s + i);
+        sum_b += lanes(x + i) * lanes(b + i);
+        sum_c += lanes(x + i) * lanes(c + i);
+    }
+    if (i < n) {
+        const std::size_t tail = n < LANES ? 0 : n - LANES;
+        const LaneBits bits = (LaneBits)lanes(x + tail) & tail_mask(n < LANES ? LANES : n - i);
+        const Lanes x_tail = (Lanes)bits;
+        sum_a += x_tail * lanes(s + tail);
+        sum_b += x_tail * lanes(b + tail);
+        sum_c += x_tail * lanes(c + tail);
+    }
+    sums = {sum_of(sum_a), sum_of(sum_b), sum_of(sum_c)};
 }
 
 }  // namespace
@@ -203,18 +229,18 @@ namespace {
 void A_2P_EOS::set_composition(EOS_C_Parms& phase, std::span<const double> x) const {
     auto& p = static_cast<C_Parms&>(phase);
     const T_Parms& t = p.temperature();
-    const std::size_t n = t.n;
-    assert(x.size() == n);
-    attraction_sums(t.rows, t.stride, x, p.s.data());
-    double a = 0.0, b = 0.0, c = 0.0;
-    for (std::size_t i = 0; i < n; ++i) {
-        a += x[i] * p.s[i];
-        b += x[i] * t.bi[i];
-        c += x[i] * t.ci[i];
+    assert(x.size() == t.n);
+    MixtureSums sums;
+    if (t.n < LANES) {
+        double block[LANES] = {};
+        std::ranges::copy(x, block);
+        mixture_sums(t, block, p.s.data(), sums);
+    } else {
+        mixture_sums(t, x.data(), p.s.data(), sums);
     }
-    p.a = a;
-    p.b = b;
-    p.c = c;
+    p.a = sums.a;
+    p.b = sums.b;
+    p.c = sums.c;
 }
 
 }  // namespace kestrane

@@ -35,15 +35,16 @@ struct Cubic {
     bool is_root(double z, double f) const { return std::fabs(f) <= NUM_EPS * scale(z); }
 };
 
-void warn(ErrorList* errors, const char* text) {
+[[gnu::cold]] void warn(ErrorList* errors, const char* text) {
     if (errors) errors->Warn(text);
 }
 
 /// The bracket holds at most one root, and the cubic rises through it. The bracket is not narrowed
 /// while Newton's method runs: between a stationary point and the root the curve bends one way, so
 /// at most the first step overshoots, and the clamp catches it.
-bool find_root(const Cubic& cubic, double lower, double upper, double guess, double& z, double& dz,
-               ErrorList* errors) {
+[[gnu::always_inline]] inline bool find_root(const Cubic& cubic, double lower, double upper,
+                                             double guess, double& z, double& dz,
+                                             ErrorList* errors) {
     if (upper < lower) return false;
     guess = std::clamp(guess, lower, upper);
     double f = cubic.value(guess);

@@ -104,6 +104,8 @@ void EOSolver::bind_phases() {
     trial_.ln_phi = store_->array(6).data();
 }
 
+/// Roots are first guesses of the next ones: those of an earlier calculation would show in the last
+/// digits of this one. A record that is bound to a temperature has forgotten them.
 bool EOSolver::set_conditions() {
     if (!(cell_.temperature.value > 0.0)) return false;
     t_parms_ = charz_.t_parms(cell_.temperature.value);
@@ -115,7 +117,6 @@ bool EOSolver::set_conditions() {
             record = eos_.make_C_Parms(t_parms_, &errors_);
         if (record) {
             record->errors = &errors_;
-            forget_roots(*record);
             eos_.set_pressure(*record, cell_.pressure.value);
         }
         phase.c_parms = record;
@@ -123,14 +124,6 @@ bool EOSolver::set_conditions() {
     };
     return set(store_->feed, feed_) && set(store_->x, x_) && set(store_->y, y_) &&
            set(store_->trial, trial_);
-}
-
-/// Roots are first guesses of the next ones. Those of an earlier calculation would show in the last
-/// digits of this one; at zero pressure they are 1.
-void EOSolver::forget_roots(EOS_C_Parms& record) const {
-    int root = 0, root_class = 0;
-    eos_.set_pressure(record, 0.0);
-    eos_.solve_z(record, root, root_class);
 }
 
 std::span<double> EOSolver::ln_k() {

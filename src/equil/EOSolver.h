@@ -192,7 +192,6 @@ private:
 
     void bind_store();
     void bind_phases();
-    void forget_roots(EOS_C_Parms& record) const;
     std::span<double> ln_k();
     std::span<double> k();
     std::span<const double> z() const;
@@ -225,6 +224,7 @@ private:
     bool test_trial(TestState& s);
     void test_spreads(TestState& s);
     void test_evaluate(TestState& s);
+    double test_compose(TestState& s);
     bool test_root_stands(TestState& s);
     bool test_newton(TestState& s);
     void test_substitution(TestState& s);

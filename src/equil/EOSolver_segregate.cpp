@@ -311,8 +311,12 @@ void EOSolver::mixture_energies(const Tank& injection, int points, bool tangent,
         eos_.root_energies(*feed_.c_parms, row.low, row.high);
         double ideal = 0.0;
         for (std::size_t i = 0; i < n_; ++i) ideal += z()[i] * (std::log(z()[i]) - plane[i]);
-        row.low += ideal;
-        row.high += ideal;
+        // A distance within rounding of zero is zero, of no sign.
+        const auto total = [ideal](double energy) {
+            return std::abs(energy + ideal) <= E96 ? 0.0 : energy + ideal;
+        };
+        row.low = total(row.low);
+        row.high = total(row.high);
         rows.push_back(row);
     };
     add(0.0);

@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "equil/ArrayMath.h"
 #include "equil/EOSolver.h"
+#include "equil/Lanes.h"
 #include "equil/PackedLDL.h"
 #include "equil/RachfordRice.h"
 
@@ -39,14 +41,66 @@ double sum(std::span<const double> values) {
 
 /// out = M d for a packed symmetric matrix.
 void multiply(std::span<const double> M, std::span<const double> d, std::span<double> out) {
+    const double* row = M.data();
+    const double* const from = d.data();
+    double* const __restrict to = out.data();
     for (std::size_t i = 0; i < d.size(); ++i) {
-        const double* row = M.data() + packed(i, 0);
-        double total = row[i] * d[i];
+        const double d_i = from[i];
+        double total = row[i] * d_i;
         for (std::size_t j = 0; j < i; ++j) {
-            total += row[j] * d[j];
-            out[j] += row[j] * d[i];
+            total += row[j] * from[j];
+            to[j] += row[j] * d_i;
         }
-        out[i] = total;
+        to[i] = total;
+        row += i + 1;
+    }
+}
+
+/// M = weight M + other_weight other.
+[[gnu::target_clones("avx2", "default")]] void add_weighted(double* M, double weight,
+                                                            const double* other,
+                                                            double other_weight, std::size_t size) {
+    if (size < LANES) {
+        for (std::size_t m = 0; m < size; ++m) M[m] = other_weight * other[m] + weight * M[m];
+        return;
+    }
+    // The last block may overlap the one before it, so it is calculated first.
+    const std::size_t last = size - LANES;
+    const Lanes last_block = other_weight * lanes(other + last) + weight * lanes(M + last);
+    for (std::size_t m = 0; m < last; m += LANES)
+        lanes(M + m) = other_weight * lanes(other + m) + weight * lanes(M + m);
+    lanes(M + last) = last_block;
+}
+
+/// What tangent distances are made of: ln of the phase nearer the feed over the feed, and sign ln K
+/// that leads from it to the other.
+struct DistanceTerms {
+    const double* ln_near;
+    const double* ln_phi_feed;
+    const double* ln_K;
+    double sign;
+};
+
+[[gnu::target_clones("avx2", "default")]] void sum_distances(const DistanceTerms& terms,
+                                                             const PhaseState& near,
+                                                             const PhaseState& far, std::size_t n,
+                                                             double& G_near, double& G_far) {
+    const DistanceTerms f = terms;
+    const double *x_near = near.comps, *x_far = far.comps;
+    const double *phi_near = near.ln_phi, *phi_far = far.ln_phi;
+    Lanes sum_near = {}, sum_far = {};
+    std::size_t i = 0;
+    for (; i + LANES <= n; i += LANES) {
+        const Lanes t = lanes(f.ln_near + i) - lanes(f.ln_phi_feed + i);
+        sum_near += lanes(x_near + i) * (t + lanes(phi_near + i));
+        sum_far += lanes(x_far + i) * (t + f.sign * lanes(f.ln_K + i) + lanes(phi_far + i));
+    }
+    G_near = sum_of(sum_near);
+    G_far = sum_of(sum_far);
+    for (; i < n; ++i) {
+        const double t = f.ln_near[i] - f.ln_phi_feed[i];
+        G_near += x_near[i] * (t + phi_near[i]);
+        G_far += x_far[i] * (t + f.sign * f.ln_K[i] + phi_far[i]);
     }
 }
 
@@ -54,7 +108,7 @@ void multiply(std::span<const double> M, std::span<const double> d, std::span<do
 
 /// What the rounds of a split share. All arrays are n long, the matrices packed.
 struct EOSolver::SplitState {
-    SplitState(WorkStack& work, std::size_t n);
+    SplitState(WorkStack& stack, std::size_t n);
 
     RachfordRiceState rr;
     std::span<double> step;       ///< s: last change of ln K
@@ -64,6 +118,7 @@ struct EOSolver::SplitState {
     std::span<double> p, q;       ///< d xi and K p
     std::span<double> P, Q;       ///< curvatures along the tie-line, at X and at Y
     std::span<double> H, MY;      ///< derivatives of X, later the Hessian; derivatives of Y
+    std::span<double> work;       ///< 4n
     std::span<const double> ln_phi_feed;
 
     int round = 0;
@@ -97,13 +152,22 @@ struct EOSolver::SplitState {
     }
 };
 
-EOSolver::SplitState::SplitState(WorkStack& work, std::size_t n) {
-    for (std::span<double>* array :
-         {&step, &r, &r1, &r2, &d, &e, &p, &q, &P, &Q, &rr.xi, &rr.work_a, &rr.work_b, &rr.work_c})
-        *array = work.take(n);
-    H = work.take(n * (n + 1) / 2);
-    MY = work.take(n * (n + 1) / 2);
-    for (std::span<double> array : {step, r, r1, r2}) std::ranges::fill(array, 0.0);
+EOSolver::SplitState::SplitState(WorkStack& stack, std::size_t n) {
+    std::span<double>* const arrays[] = {
+        &step, &r, &r1, &r2, &d, &e, &p, &q, &P, &Q, &rr.xi, &rr.work_a, &rr.work_b, &rr.work_c};
+    constexpr std::size_t COUNT = std::size(arrays), ZEROED = 4, LANE_ARRAYS = 4;
+    const std::size_t triangle = n * (n + 1) / 2;
+    double* next = stack.take((COUNT + LANE_ARRAYS) * n + 2 * triangle).data();
+    std::fill_n(next, ZEROED * n, 0.0);
+    const auto carve = [&next](std::size_t count) {
+        const std::span<double> array(next, count);
+        next += count;
+        return array;
+    };
+    for (std::span<double>* array : arrays) *array = carve(n);
+    H = carve(triangle);
+    MY = carve(triangle);
+    work = carve(LANE_ARRAYS * n);
     rr.companion = step;
 }
 
@@ -178,12 +242,12 @@ bool EOSolver::split_trial(SplitState& s) {
 void EOSolver::split_rachford_rice(SplitState& s) {
     RachfordRiceState& rr = s.rr;
     const int evaluations = rachford_rice(rr, 0.0, SPREAD_TRIVIAL, true);
-    SolverCounters counters{};
-    counters[COUNT_ROUNDS] = std::abs(evaluations);
-    counters[COUNT_NEWTON] = rr.hyperbola_steps;
-    counters[COUNT_LIMITED] = rr.bisections;
-    counters[COUNT_FAILURES] = evaluations < 0 ? 1 : 0;
-    solver_statistics().rachford_rice.add(counters);
+    SolverStats& statistics = solver_statistics().rachford_rice;
+    ++statistics.calls;
+    statistics.count(COUNT_ROUNDS, std::abs(evaluations));
+    statistics.count(COUNT_NEWTON, rr.hyperbola_steps);
+    statistics.count(COUNT_LIMITED, rr.bisections);
+    statistics.count(COUNT_FAILURES, evaluations < 0 ? 1 : 0);
     if (evaluations < 0)
         errors_.Warn("Rachford-Rice convergence failed during phase split calculations");
     s.spread = rr.ln_K[rr.i_max] - rr.ln_K[rr.i_min];
@@ -204,14 +268,17 @@ void EOSolver::split_tangent_distances(SplitState& s) {
     s.rX = std::abs(dX);
     s.rY = std::abs(s.spread - dX);
     const bool from_y = s.rY < s.rX;
-    double GX = 0.0, GY = 0.0;
-    for (std::size_t i = 0; i < n_; ++i) {
-        const double t = std::log(from_y ? rr.xi[i] * rr.K[i] : rr.xi[i]);
-        const double ln_x_over_z = from_y ? t - rr.ln_K[i] : t;
-        const double ln_y_over_z = from_y ? t : t + rr.ln_K[i];
-        GX += rr.x[i] * (ln_x_over_z + x_.ln_phi[i] - s.ln_phi_feed[i]);
-        GY += rr.y[i] * (ln_y_over_z + y_.ln_phi[i] - s.ln_phi_feed[i]);
-    }
+    // The arrays of the Newton step are free here.
+    const std::span<double> ratio = s.e, ln_ratio = s.p;
+    for (std::size_t i = 0; i < n_; ++i) ratio[i] = from_y ? rr.xi[i] * rr.K[i] : rr.xi[i];
+    log_of(ratio, ln_ratio);
+    const PhaseState& near = from_y ? y_ : x_;
+    const PhaseState& far = from_y ? x_ : y_;
+    double G_near = 0.0, G_far = 0.0;
+    sum_distances({ln_ratio.data(), s.ln_phi_feed.data(), rr.ln_K.data(), from_y ? -1.0 : 1.0},
+                  near, far, n_, G_near, G_far);
+    const double GX = from_y ? G_far : G_near;
+    const double GY = from_y ? G_near : G_far;
     s.GX = std::abs(GX) > s.rX * E12 + E96 ? GX : 0.0;
     s.GY = std::abs(GY) > s.rY * E12 + E96 ? GY : 0.0;
     // The smallest double lets a split without any gain still count as below the single phase.
@@ -224,12 +291,17 @@ void EOSolver::split_tangent_distances(SplitState& s) {
 void EOSolver::split_residuals(SplitState& s) {
     std::swap(s.r2, s.r1);
     std::swap(s.r1, s.r);
-    s.A = s.B = 0.0;
+    const double *phi_x = x_.ln_phi, *phi_y = y_.ln_phi, *ln_K = s.rr.ln_K.data();
+    const double *x = x_.comps, *y = y_.comps;
+    double* const r = s.r.data();
+    double A = 0.0, B = 0.0;
     for (std::size_t i = 0; i < n_; ++i) {
-        s.r[i] = x_.ln_phi[i] - y_.ln_phi[i] - s.rr.ln_K[i];
-        s.A -= s.r[i] * s.rr.y[i];
-        s.B += s.r[i] * s.rr.x[i];
+        r[i] = phi_x[i] - phi_y[i] - ln_K[i];
+        A -= r[i] * y[i];
+        B += r[i] * x[i];
     }
+    s.A = A;
+    s.B = B;
     s.res = largest_magnitude(s.r);
     s.tolerance = s.spread * E12 + E96;
     const double smaller = std::min(s.L(), s.V());
@@ -311,7 +383,7 @@ void EOSolver::split_derivatives(SplitState& s) {
     for (std::size_t i = 0; i < n_; ++i) s.d[i] = rr.y[i] - rr.x[i];
     multiply(s.H, s.d, s.P);
     multiply(s.MY, s.d, s.Q);
-    for (std::size_t m = 0; m < s.H.size(); ++m) s.H[m] = rr.L * s.MY[m] + rr.V * s.H[m];
+    add_weighted(s.H.data(), rr.V, s.MY.data(), rr.L, s.H.size());
     for (std::size_t i = 0; i < n_; ++i) {
         const double a = rr.work_a[i];
         s.P[i] += a;
@@ -353,14 +425,13 @@ int EOSolver::split_newton(SplitState& s) {
 void EOSolver::split_newton_constraint(SplitState& s) {
     std::size_t in_vapor = 0;
     for (std::size_t i = 0; i < n_; ++i) in_vapor += s.mostly_vapor(i) ? 1 : 0;
+    ldl_solve(s.H, s.P, s.Q, s.step, s.work);
     double a = 1.0, b = -1.0;
     if (in_vapor < n_) {
-        ldl_solve(s.H, s.P);
         a = sum(s.P);
         for (std::size_t i = 0; i < n_; ++i) s.q[i] -= s.P[i];
     }
     if (in_vapor > 0) {
-        ldl_solve(s.H, s.Q);
         b = sum(s.Q);
         for (std::size_t i = 0; i < n_; ++i) s.p[i] -= s.Q[i];
     }
@@ -368,7 +439,6 @@ void EOSolver::split_newton_constraint(SplitState& s) {
         a = std::abs(a);
         b = -std::abs(b);
     }
-    ldl_solve(s.H, s.step);
     const double sigma = sum(s.step);
     s.alpha = s.beta = 0.0;
     if (std::abs(sigma) <= s.guard) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "equil/ArrayMath.h"
 #include "equil/EOSolver.h"
 #include "equil/PackedLDL.h"
 #include "fluid/Charzation.h"
@@ -19,20 +20,21 @@ constexpr double LARGEST_EXCESS = 1e9;  ///< of a step over the residual: 31 hal
 constexpr double ENERGY_SLACK = 0.001;  ///< relative rise of the distance let pass
 constexpr double SMALLEST_FRACTION = 1000.0 * DOUBLE_MIN;
 
-/// Places and difference of the extremes of w - offset.
+/// Places and difference of the extremes of an array, the first of equals.
 struct Extremes {
     std::size_t min = 0, max = 0;
     double spread = 0.0;
 };
 
-Extremes find_extremes(std::span<const double> w, std::span<const double> offset) {
-    const auto value = [&](std::size_t i) { return offset.empty() ? w[i] : w[i] - offset[i]; };
+Extremes find_extremes(std::span<const double> values) {
+    const double* const w = values.data();
+    double low = w[0], high = w[0];
     Extremes found;
-    for (std::size_t i = 1; i < w.size(); ++i) {
-        if (value(i) < value(found.min)) found.min = i;
-        if (value(i) > value(found.max)) found.max = i;
+    for (std::size_t i = 1; i < values.size(); ++i) {
+        if (w[i] < low) low = w[i], found.min = i;
+        if (w[i] > high) high = w[i], found.max = i;
     }
-    found.spread = value(found.max) - value(found.min);
+    found.spread = high - low;
     return found;
 }
 
@@ -150,8 +152,11 @@ bool EOSolver::test_trial(TestState& s) {
 
 /// Extremes of ln(t/x) and ln(t/y). The nearer end of a reference tie-line becomes the reference.
 void EOSolver::test_spreads(TestState& s) {
-    s.ends_x = find_extremes(s.w, {});
-    s.ends_y = s.ln_k0.empty() ? s.ends_x : find_extremes(s.w, s.ln_k0);
+    s.ends_x = s.ends_y = find_extremes(s.w);
+    if (!s.ln_k0.empty()) {
+        for (std::size_t i = 0; i < n_; ++i) s.solution[i] = s.w[i] - s.ln_k0[i];
+        s.ends_y = find_extremes(s.solution);
+    }
     if (s.swap_allowed && !s.ln_k0.empty() && s.ends_y.spread < s.ends_x.spread) {
         std::swap(s.x, s.y);
         std::swap(s.ends_x, s.ends_y);
@@ -168,33 +173,48 @@ void EOSolver::test_spreads(TestState& s) {
 
 /// Trial composition, its fugacities, the residuals and the tangent distance.
 void EOSolver::test_evaluate(TestState& s) {
-    const double centre = 0.5 * (s.w[s.ends_x.max] + s.w[s.ends_x.min]);
-    double S = 0.0;
-    for (std::size_t i = 0; i < n_; ++i) {
-        s.w[i] -= centre;
-        s.t[i] = s.x->comps[i] * std::exp(s.w[i]);
-        S += s.t[i];
-    }
-    for (double& t : s.t) t = std::max(t / S, SMALLEST_FRACTION);
+    const double S = test_compose(s);
     evaluate(*s.trial, s.largest_code < 2 ? s.hint : s.root);
     ++s.counters[COUNT_ROUNDS];
     s.largest_code = std::max(s.largest_code, std::abs(s.trial->root));
     s.jumped = s.trial->root * s.root < -1;
     if (s.jumped) s.substitutions = 0;
     std::swap(s.r, s.r1);
+    double* const r = s.r.data();
+    double* const w = s.w.data();
+    const double* const t = s.t.data();
+    const double* const reference = s.x->ln_phi;
+    const double* const trial = s.trial->ln_phi;
     double d = 0.0;
     for (std::size_t i = 0; i < n_; ++i) {
-        s.r[i] = s.x->ln_phi[i] - s.trial->ln_phi[i] - s.w[i];
-        d -= s.t[i] * s.r[i];
+        r[i] = reference[i] - trial[i] - w[i];
+        d -= t[i] * r[i];
     }
-    s.res = 0.0;
+    double res = 0.0;
     for (std::size_t i = 0; i < n_; ++i) {
-        s.w[i] -= d;
-        s.r[i] += d;
-        if (!(std::abs(s.r[i]) <= s.res)) s.res = std::abs(s.r[i]);
+        w[i] -= d;
+        r[i] += d;
+        if (!(std::abs(r[i]) <= res)) res = std::abs(r[i]);
     }
+    s.res = res;
     s.G = -(std::log(S) - d);
     s.in_range = std::isfinite(s.res) && std::isfinite(s.G);
+}
+
+/// Trial composition from w, centred; returns the sum that it was normalized by.
+double EOSolver::test_compose(TestState& s) {
+    const double centre = 0.5 * (s.w[s.ends_x.max] + s.w[s.ends_x.min]);
+    for (double& w : s.w) w -= centre;
+    exp_of(s.w, s.t);
+    double* const t = s.t.data();
+    const double* const x = s.x->comps;
+    double S = 0.0;
+    for (std::size_t i = 0; i < n_; ++i) {
+        t[i] *= x[i];
+        S += t[i];
+    }
+    for (std::size_t i = 0; i < n_; ++i) t[i] = std::max(t[i] / S, SMALLEST_FRACTION);
+    return S;
 }
 
 /// At a stationary point: true if the trial is on the root of least energy there. Otherwise the
@@ -308,8 +328,9 @@ bool EOSolver::test_end(TestState& s, double& g) {
     g = s.G;
     if (!nontrivial) return false;
     double distance = 0.0;
+    for (std::size_t i = 0; i < n_; ++i) s.solution[i] = s.t[i] / s.x->comps[i];
+    log_of(s.solution, s.w);
     for (std::size_t i = 0; i < n_; ++i) {
-        s.w[i] = std::log(s.t[i] / s.x->comps[i]);
         distance += std::abs(s.t[i] - s.x->comps[i]);
     }
     if (distance > 0.0) g /= distance;
@@ -421,16 +442,21 @@ bool EOSolver::is_unlike(std::size_t i, const PhaseState& phase) const {
     constexpr double GAS = 1.2;          // of T/Tc
     constexpr double UNLIKE_BIP = 0.04;  // hydrocarbons among themselves have smaller ones
     constexpr double UNLIKE_COHESION = 2.0;
-    const Compnent& c = charz_.comps[i];
-    if (cell_.temperature.value > GAS * c.tc) return false;
-    double others = 0.0, bips = 0.0, pressures = 0.0;
-    for (std::size_t j = 0; j < n_; ++j) {
-        if (j == i) continue;
-        others += phase.comps[j];
-        pressures += phase.comps[j] * charz_.comps[j].pc;
-        if (charz_.has_bips()) bips += phase.comps[j] * charz_.bip(i, j);
-    }
-    return bips > UNLIKE_BIP * others || c.pc * others > UNLIKE_COHESION * pressures;
+    const Compnent* const all = charz_.comps.data();
+    const double* const x = phase.comps;
+    if (cell_.temperature.value > GAS * all[i].tc) return false;
+    double others = 0.0, pressures = 0.0, bips = 0.0;
+    const double* const bip = charz_.has_bips() ? charz_.bips.data() + i * n_ : nullptr;
+    const auto add = [&](std::size_t first, std::size_t end) {
+        for (std::size_t j = first; j < end; ++j) {
+            others += x[j];
+            pressures += x[j] * all[j].pc;
+            if (bip) bips += x[j] * bip[j];
+        }
+    };
+    add(0, i);
+    add(i + 1, n_);
+    return bips > UNLIKE_BIP * others || all[i].pc * others > UNLIKE_COHESION * pressures;
 }
 
 /// Tests that start from trials made of one component for the most, the rest like x. They find a

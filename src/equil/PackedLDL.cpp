@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "equil/EOS.h"
+#include "equil/Lanes.h"
 
 namespace kestrane {
 
@@ -100,21 +101,64 @@ PivotRange ldl_factor(std::span<double> a, std::size_t n) {
     return range;
 }
 
+namespace {
+
+/// Right sides side by side, b[LANES i] .. b[LANES i + LANES - 1] their elements i.
+[[gnu::target_clones("avx2", "default")]] void solve_lanes(const double* a, double* b,
+                                                           std::size_t n) {
+    const double* row = a + 1;
+    for (std::size_t i = 1; i < n; ++i) {
+        Lanes sum = {};
+        for (std::size_t k = 0; k < i; ++k) sum += row[k] * lanes(b + LANES * k);
+        lanes(b + LANES * i) -= sum;
+        row += i + 1;
+    }
+    for (std::size_t i = 0; i < n; ++i) lanes(b + LANES * i) *= a[packed(i, i)];
+    for (std::size_t i = n; i-- > 1;) {
+        row -= i + 1;
+        const Lanes known = lanes(b + LANES * i);
+        for (std::size_t j = 0; j < i; ++j) lanes(b + LANES * j) -= row[j] * known;
+    }
+}
+
+}  // namespace
+
 void ldl_solve(std::span<const double> a, std::span<double> b) {
     const std::size_t n = b.size();
     assert(a.size() >= n * (n + 1) / 2);
+    double* const __restrict x = b.data();
     const double* row = a.data() + 1;
     for (std::size_t i = 1; i < n; ++i) {
         double sum = 0.0;
-        for (std::size_t k = 0; k < i; ++k) sum += row[k] * b[k];
-        b[i] -= sum;
+        for (std::size_t k = 0; k < i; ++k) sum += row[k] * x[k];
+        x[i] -= sum;
         row += i + 1;
     }
-    for (std::size_t i = 0; i < n; ++i) b[i] *= a[packed(i, i)];
+    for (std::size_t i = 0; i < n; ++i) x[i] *= a[packed(i, i)];
     for (std::size_t i = n; i-- > 1;) {
         row -= i + 1;
-        const double known = b[i];
-        for (std::size_t j = 0; j < i; ++j) b[j] -= row[j] * known;
+        const double known = x[i];
+        for (std::size_t j = 0; j < i; ++j) x[j] -= row[j] * known;
+    }
+}
+
+void ldl_solve(std::span<const double> a, std::span<double> b0, std::span<double> b1,
+               std::span<double> b2, std::span<double> work) {
+    const std::size_t n = b0.size();
+    assert(a.size() >= n * (n + 1) / 2 && b1.size() == n && b2.size() == n);
+    assert(work.size() >= LANES * n);
+    double* const b = work.data();
+    for (std::size_t i = 0; i < n; ++i) {
+        b[LANES * i] = b0[i];
+        b[LANES * i + 1] = b1[i];
+        b[LANES * i + 2] = b2[i];
+        b[LANES * i + 3] = 0.0;
+    }
+    solve_lanes(a.data(), b, n);
+    for (std::size_t i = 0; i < n; ++i) {
+        b0[i] = b[LANES * i];
+        b1[i] = b[LANES * i + 1];
+        b2[i] = b[LANES * i + 2];
     }
 }
 

@@ -24,4 +24,10 @@ PivotRange ldl_factor(std::span<double> a, std::size_t n);
 /// Never fails; a zero pivot contributes zero.
 void ldl_solve(std::span<const double> a, std::span<double> b);
 
+/// Solves for three right sides at once, each with the result that ldl_solve has.
+///   b      in/out  n   each
+///   work   -       4n
+void ldl_solve(std::span<const double> a, std::span<double> b0, std::span<double> b1,
+               std::span<double> b2, std::span<double> work);
+
 }  // namespace kestrane

@@ -4,8 +4,9 @@
 #include <cassert>
 #include <cmath>
 #include <limits>
-#include <numbers>
 
+#include "equil/ArrayMath.h"
+#include "equil/Lanes.h"
 #include "equil/Numerics.h"
 
 namespace kestrane {
@@ -39,19 +40,22 @@ struct Search {
     double t = 0.0;                              ///< signed working distance: u or -w
     double limit = 0.0;                          ///< upper end of t's bracket, with t's sign
     double g = 0.0, h = 0.0;                     ///< value and derivative
-    double scale = 0.0;                          ///< sum of the magnitudes in g
     bool exhausted = false;                      ///< no further point between the bracket's ends
 };
 
 void find_extremes(RachfordRiceState& s) {
-    s.i_min = s.i_max = 0;
-    double undefined_if_any_is = 0.0;
-    for (std::size_t i = 0; i < s.ln_K.size(); ++i) {
-        if (s.ln_K[i] < s.ln_K[s.i_min]) s.i_min = i;
-        if (s.ln_K[i] > s.ln_K[s.i_max]) s.i_max = i;
-        undefined_if_any_is += 0.0 * s.ln_K[i];
+    const double* const ln_K = s.ln_K.data();
+    const std::size_t n = s.ln_K.size();
+    std::size_t i_min = 0, i_max = 0;
+    double low = ln_K[0], high = ln_K[0], undefined_if_any_is = 0.0;
+    for (std::size_t i = 0; i < n; ++i) {
+        if (ln_K[i] < low) low = ln_K[i], i_min = i;
+        if (ln_K[i] > high) high = ln_K[i], i_max = i;
+        undefined_if_any_is += 0.0 * ln_K[i];
     }
-    s.in_range = s.ln_K[s.i_max] < LN_MAX && s.ln_K[s.i_min] > LN_MIN && undefined_if_any_is == 0.0;
+    s.i_min = i_min;
+    s.i_max = i_max;
+    s.in_range = high < LN_MAX && low > LN_MIN && undefined_if_any_is == 0.0;
 }
 
 /// Moves ln K so that the K straddle 1, by a tenth of their spread. The companion moves along: the
@@ -67,19 +71,6 @@ bool straddle_one(RachfordRiceState& s) {
     for (double& ln_K : s.ln_K) ln_K -= shift;
     for (double& c : s.companion) c -= shift;
     return true;
-}
-
-/// K and K - 1, by expm1 where the difference would lose digits.
-void make_K(RachfordRiceState& s) {
-    for (std::size_t i = 0; i < s.K.size(); ++i) {
-        if (std::abs(s.ln_K[i]) < std::numbers::ln2) {
-            s.work_a[i] = std::expm1(s.ln_K[i]);
-            s.K[i] = s.work_a[i] + 1.0;
-        } else {
-            s.K[i] = std::exp(s.ln_K[i]);
-            s.work_a[i] = s.K[i] - 1.0;
-        }
-    }
 }
 
 Search start_search(const RachfordRiceState& s) {
@@ -99,18 +90,28 @@ Search start_search(const RachfordRiceState& s) {
     return at;
 }
 
+/// base = (from - from_end)/max(a, 1)/(-a_end), n >= 4.
+[[gnu::target_clones("avx2", "default")]] void divide_differences(const double* from,
+                                                                  double from_end, const double* a,
+                                                                  double a_end, double* base,
+                                                                  std::size_t n) {
+    const Lanes one = Lanes{} + 1.0;
+    for (std::size_t i = 0;; i = std::min(i + LANES, n - LANES)) {
+        const Lanes divisor = lanes(a + i) > one ? lanes(a + i) : one;
+        lanes(base + i) = (lanes(from + i) - from_end) / divisor / -a_end;
+        if (i + LANES >= n) return;
+    }
+}
+
 /// Base arrays: 1 + a_i V is t a_i + base_i with t the distance from the asymptote. For a_i > 1
 /// both are divided by a_i, or products of a large K and a large |V| would overflow.
 void build_base(const RachfordRiceState& s, Search& at) {
-    const double a_end = s.work_a[at.left ? s.i_max : s.i_min];
-    const double K_end = s.K[at.left ? s.i_max : s.i_min];
+    const std::size_t end = at.left ? s.i_max : s.i_min;
     const std::span<double> base = at.left ? s.work_b : s.work_c;
-    for (std::size_t i = 0; i < base.size(); ++i) {
-        // With a small K the difference of the K keeps digits that 1 has swallowed in K - 1.
-        const double difference = !at.left && K_end < 0.5 ? s.K[i] - K_end : s.work_a[i] - a_end;
-        const double scaled = s.work_a[i] > 1.0 ? difference / s.work_a[i] : difference;
-        base[i] = -scaled / a_end;
-    }
+    // With a small K the difference of the K keeps digits that 1 has swallowed in K - 1.
+    const std::span<double> from = !at.left && s.K[end] < 0.5 ? s.K : s.work_a;
+    divide_differences(from.data(), from[end], s.work_a.data(), s.work_a[end], base.data(),
+                       base.size());
     (at.left ? at.left_base : at.right_base) = true;
 }
 
@@ -144,23 +145,39 @@ void choose_side(RachfordRiceState& s, Search& at) {
     if (!(at.left ? at.left_base : at.right_base)) build_base(s, at);
 }
 
-void evaluate(const RachfordRiceState& s, Search& at) {
-    const double* a = s.work_a.data();
-    const double* base = (at.left ? s.work_b : s.work_c).data();
-    const double* z = s.z.data();
-    const std::size_t n = s.z.size();
-    double g = 0.0, h = 0.0, scale = 0.0;
-    for (std::size_t i = 0; i < n; ++i) {
-        const double numerator = std::min(a[i], 1.0);
-        const double ar = numerator / (at.t * numerator + base[i]);
-        const double term = z[i] * ar;
+/// Sums over the terms of the equation, four by four.
+struct TermSums {
+    Lanes g = {}, h = {};
+
+    [[gnu::always_inline]] void add(const Lanes& z, const Lanes& a, const Lanes& base, double t) {
+        const Lanes one = Lanes{} + 1.0;
+        const Lanes numerator = a < one ? a : one;
+        const Lanes ar = numerator / (t * numerator + base);
+        const Lanes term = z * ar;
         g += term;
         h -= term * ar;
-        scale += std::abs(term);
     }
-    at.g = g;
-    at.h = h;
-    at.scale = scale;
+};
+
+/// n >= 4.
+[[gnu::target_clones("avx2", "default")]] void sum_terms(const double* z, const double* a,
+                                                         const double* base, std::size_t n,
+                                                         Search& at) {
+    TermSums sums;
+    const double t = at.t;
+    std::size_t i = 0;
+    for (; i + LANES <= n; i += LANES) sums.add(lanes(z + i), lanes(a + i), lanes(base + i), t);
+    if (i < n) {
+        const LaneBits z_tail = (LaneBits)lanes(z + n - LANES) & tail_mask(n - i);
+        sums.add((Lanes)z_tail, lanes(a + n - LANES), lanes(base + n - LANES), t);
+    }
+    at.g = sum_of(sums.g);
+    at.h = sum_of(sums.h);
+}
+
+void evaluate(const RachfordRiceState& s, Search& at) {
+    const double* base = (at.left ? s.work_b : s.work_c).data();
+    sum_terms(s.z.data(), s.work_a.data(), base, s.z.size(), at);
 }
 
 /// Phase fractions of the point: the one nearer its asymptote first, the other as its complement.
@@ -205,13 +222,31 @@ void next_point(RachfordRiceState& s, Search& at) {
     }
 }
 
-/// xi from the base array of the last evaluation.
-void make_xi(RachfordRiceState& s, const Search& at) {
-    const std::span<const double> base = at.left ? s.work_b : s.work_c;
-    for (std::size_t i = 0; i < base.size(); ++i) {
-        const double a = s.work_a[i];
-        const double xi = a > 1.0 ? 1.0 / (at.t + base[i]) / a : 1.0 / (at.t * a + base[i]);
-        s.xi[i] = std::max(xi, DOUBLE_MIN);
+/// x = xi z and y = K xi z, above 0.
+[[gnu::always_inline]] inline void compose(const RachfordRiceState& s, std::size_t i,
+                                           const Lanes& xi) {
+    const Lanes smallest = Lanes{} + SMALLEST_FRACTION;
+    const Lanes x = xi * lanes(s.z.data() + i);
+    const Lanes y = x * lanes(s.K.data() + i);
+    lanes(s.x.data() + i) = x < smallest ? smallest : x;
+    lanes(s.y.data() + i) = y < smallest ? smallest : y;
+}
+
+/// xi from the base array of the last evaluation, and the compositions. n >= 4.
+[[gnu::target_clones("avx2", "default")]] void make_phases(const RachfordRiceState& state,
+                                                           const double* base, double t) {
+    const RachfordRiceState s = state;
+    const Lanes one = Lanes{} + 1.0, smallest = Lanes{} + DOUBLE_MIN;
+    const std::size_t n = s.z.size();
+    for (std::size_t i = 0;; i = std::min(i + LANES, n - LANES)) {
+        const Lanes a = lanes(s.work_a.data() + i);
+        const Lanes numerator = a < one ? a : one;
+        const Lanes divisor = a > one ? a : one;
+        const Lanes exact = 1.0 / (t * numerator + lanes(base + i)) / divisor;
+        const Lanes xi = exact < smallest ? smallest : exact;
+        lanes(s.xi.data() + i) = xi;
+        compose(s, i, xi);
+        if (i + LANES >= n) return;
     }
 }
 
@@ -230,26 +265,36 @@ void snap_to_end(RachfordRiceState& s, double tolerance) {
     s.V = to_liquid ? 0.0 : 1.0;
     s.L = 1.0 - s.V;
     s.slope = slope;
-    for (std::size_t i = 0; i < s.z.size(); ++i) s.xi[i] = to_liquid ? 1.0 : 1.0 / s.K[i];
-}
-
-void make_compositions(RachfordRiceState& s) {
     for (std::size_t i = 0; i < s.z.size(); ++i) {
+        s.xi[i] = to_liquid ? 1.0 : 1.0 / s.K[i];
         const double x = s.xi[i] * s.z[i];
         s.x[i] = std::max(x, SMALLEST_FRACTION);
         s.y[i] = std::max(s.K[i] * x, SMALLEST_FRACTION);
     }
 }
 
-bool converged(const RachfordRiceState& s, const Search& at, double tolerance) {
-    return std::abs(at.g) * (std::abs(s.L) + std::abs(s.V)) <= tolerance || at.exhausted ||
-           std::abs(at.g) <= std::numeric_limits<double>::epsilon() * at.scale;
+/// True if g is below the rounding of its own sum. The sum of its terms' magnitudes is at most the
+/// square root of -h times the sum of z, so that it need not be formed far from the root.
+bool is_rounding(const RachfordRiceState& s, const Search& at) {
+    constexpr double EPSILON = std::numeric_limits<double>::epsilon();
+    constexpr double MARGIN = 1e4;  // for z that sum to more than 1
+    if (!(at.g * at.g <= MARGIN * EPSILON * EPSILON * -at.h)) return false;
+    const std::span<const double> base = at.left ? s.work_b : s.work_c;
+    double scale = 0.0;
+    for (std::size_t i = 0; i < s.z.size(); ++i) {
+        const double numerator = std::min(s.work_a[i], 1.0);
+        scale += std::abs(s.z[i] * (numerator / (at.t * numerator + base[i])));
+    }
+    return std::abs(at.g) <= EPSILON * scale;
 }
 
-}  // namespace
+bool converged(const RachfordRiceState& s, const Search& at, double tolerance) {
+    return std::abs(at.g) * (std::abs(s.L) + std::abs(s.V)) <= tolerance || at.exhausted ||
+           is_rounding(s, at);
+}
 
-int rachford_rice(RachfordRiceState& s, double tolerance, double trivial_tolerance, bool snap) {
-    assert(!s.z.empty() && s.ln_K.size() == s.z.size() && s.K.size() == s.z.size());
+/// n >= 4.
+int solve(RachfordRiceState& s, double tolerance, double trivial_tolerance, bool snap) {
     tolerance = std::max(tolerance, NUM_EPS);
     if (trivial_tolerance <= 0.0) trivial_tolerance = std::cbrt(tolerance);
     s.hyperbola_steps = s.bisections = 0;
@@ -260,7 +305,7 @@ int rachford_rice(RachfordRiceState& s, double tolerance, double trivial_toleran
         s.trivial = true;
         return 0;
     }
-    make_K(s);
+    exp_of(s.ln_K, s.K, s.work_a);
     Search at = start_search(s);
     int evaluations = 0;
     for (bool done = false; !done;) {
@@ -279,10 +324,58 @@ int rachford_rice(RachfordRiceState& s, double tolerance, double trivial_toleran
         }
     }
     s.slope = -at.h;
-    make_xi(s, at);
+    make_phases(s, (at.left ? s.work_b : s.work_c).data(), at.t);
     if (snap && s.V * s.L != 0.0 && std::abs(s.slope * s.V * s.L) <= 2.0 * tolerance)
         snap_to_end(s, tolerance);
-    make_compositions(s);
+    return evaluations;
+}
+
+/// A feed of less than four components, filled up with absent ones that are like the first.
+struct Padded {
+    explicit Padded(const RachfordRiceState& given) : state(given) {
+        const std::size_t n = given.z.size();
+        std::ranges::copy(given.z, z);
+        std::fill_n(ln_K, LANES, given.ln_K[0]);
+        std::ranges::copy(given.ln_K, ln_K);
+        if (!given.companion.empty()) {
+            std::fill_n(companion, LANES, 0.0);
+            std::copy_n(given.companion.begin(), n, companion);
+            state.companion = companion;
+        }
+        state.z = z;
+        state.ln_K = ln_K;
+        std::span<double>* const arrays[] = {&state.K,      &state.xi,     &state.x,     &state.y,
+                                             &state.work_a, &state.work_b, &state.work_c};
+        for (std::size_t k = 0; k < std::size(arrays); ++k) *arrays[k] = work[k];
+    }
+    /// Results into the arrays of the state given; `solved` if there is more than a shift of ln K.
+    void give_back(RachfordRiceState& given, bool solved) {
+        const auto take = [&](std::span<double> RachfordRiceState::*array, bool wanted) {
+            if (wanted)
+                std::copy_n((state.*array).begin(), (given.*array).size(), (given.*array).begin());
+            state.*array = given.*array;
+        };
+        using State = RachfordRiceState;
+        for (const auto array : {&State::ln_K, &State::companion}) take(array, true);
+        for (const auto array : {&State::K, &State::xi, &State::x, &State::y, &State::work_a,
+                                 &State::work_b, &State::work_c})
+            take(array, solved);
+        state.z = given.z;
+        given = state;
+    }
+
+    RachfordRiceState state;
+    double z[LANES] = {}, ln_K[LANES], companion[LANES], work[7][LANES] = {};
+};
+
+}  // namespace
+
+int rachford_rice(RachfordRiceState& s, double tolerance, double trivial_tolerance, bool snap) {
+    assert(!s.z.empty() && s.ln_K.size() == s.z.size() && s.K.size() == s.z.size());
+    if (s.z.size() >= LANES) return solve(s, tolerance, trivial_tolerance, snap);
+    Padded padded(s);
+    const int evaluations = solve(padded.state, tolerance, trivial_tolerance, snap);
+    padded.give_back(s, evaluations != 0);
     return evaluations;
 }
 

@@ -31,6 +31,11 @@ struct SolverStats {
     SolverCounters largest{};
 
     void add(const SolverCounters& counters);
+    /// One counter of a call.
+    void count(SolverCounter counter, int value) {
+        sum[counter] += value;
+        if (largest[counter] < value) largest[counter] = value;
+    }
 };
 
 /// The statistics of a run, by heading and outcome.

@@ -128,5 +128,24 @@ TEST(PackedLDL, EmptyMatrixHasNoPivot) {
     EXPECT_EQ(range.smallest_abs, std::numeric_limits<double>::max());
 }
 
+TEST(PackedLDL, ThreeRightSidesAtOnceAreSolvedLikeEach) {
+    std::mt19937 random(12);
+    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
+    for (std::size_t n = 1; n <= 13; ++n) {
+        std::vector<double> a(n * (n + 1) / 2), sides[3], work(4 * n);
+        for (double& element : a) element = uniform(random);
+        for (std::size_t i = 0; i < n; ++i) a[packed(i, i)] += static_cast<double>(n);
+        ldl_factor(a, n);
+        for (std::vector<double>& side : sides) {
+            side.resize(n);
+            for (double& element : side) element = uniform(random);
+        }
+        std::vector<double> alone[] = {sides[0], sides[1], sides[2]};
+        for (std::vector<double>& side : alone) ldl_solve(a, side);
+        ldl_solve(a, sides[0], sides[1], sides[2], work);
+        for (int k = 0; k < 3; ++k) EXPECT_EQ(sides[k], alone[k]) << n;
+    }
+}
+
 }  // namespace
 }  // namespace kestrane
