@@ -140,6 +140,33 @@ void MiscExpt::row_stage(Row& row) {
     row.history.push_back(row.smallest());
 }
 
+/// The shortest key tie-line, which is what the row comes to with infinitely many cells. False if
+/// it is not known, if it is one of the two ends' beyond its vanishing (the chains of contacts know
+/// that better), or if the row already shows a shorter one: rows come to their limit from above.
+bool MiscExpt::shortest_key_line(double smallest, double& value, int& mechanism) {
+    if (!key_lines_ || key_gas_ != gas_) {
+        key_gas_ = gas_;
+        key_lines_ =
+            std::make_unique<KeyTieLines>(*cell_.charz, cell_.temperature.value, gas_, oil_);
+    }
+    const std::optional<KeyTieLines::Shortest> key = key_lines_->at(cell_.pressure.value);
+    if (!key || key->immiscibility > smallest) return false;
+    const bool at_gas = key->line == 0, at_oil = key->line + 1 == key->lines;
+    if ((at_gas || at_oil) && key->immiscibility == 0.0) return false;
+    value = key->immiscibility;
+    mechanism = at_gas ? CONDENSING : at_oil ? VAPORIZING : COND_VAP;
+    return true;
+}
+
+/// What the row comes to, from its stages or from the key tie-lines.
+double MiscExpt::row_limit(Row& row, double& extrapolated, int& mechanism) {
+    const double smallest = row.smallest();
+    if (smallest == 0.0) return 0.0;
+    double value = row.history.size() < 2 ? smallest : std::max(extrapolated, 0.0);
+    if (shortest_key_line(smallest, value, mechanism)) extrapolated = value;
+    return value;
+}
+
 double MiscExpt::condensingVaporizingTest(Writer* writer, int& mechanism) {
     const CellScope cell_scope(cell_);
     mechanism = FIRST_CONTACT;
@@ -148,17 +175,18 @@ double MiscExpt::condensingVaporizingTest(Writer* writer, int& mechanism) {
     Row row(oil_.size(), static_cast<std::size_t>(cells_));
     row_start(row);
     if (writer) print_stage_head(*writer);
-    double extrapolated = -1.0;
+    double extrapolated = -1.0, value = 0.0;
     for (std::size_t stage = 1; usable(); ++stage) {
-        const bool last = stage >= static_cast<std::size_t>(cells_) || row.smallest() == 0.0;
+        const double smallest = row.smallest();
+        const bool last = stage >= static_cast<std::size_t>(cells_) || smallest == 0.0;
         mechanism = row.mechanism();
         if (writer || last) extrapolated = extrapolated_immiscibility(row.history, row.t_work);
-        if (writer) writer->Line(stage_line(stage, mechanism, row.smallest(), extrapolated));
+        if (last) value = row_limit(row, extrapolated, mechanism);
+        if (writer) writer->Line(stage_line(stage, mechanism, smallest, extrapolated));
         if (last) break;
         row_stage(row);
     }
-    if (row.smallest() == 0.0) return 0.0;
-    return row.history.size() < 2 ? row.smallest() : std::max(extrapolated, 0.0);
+    return value;
 }
 
 }  // namespace kestrane

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "frame/ErrorList.h"
 #include "lab/EOSLab.h"
+#include "misc/KeyTieLines.h"
 
 namespace kestrane {
 
@@ -121,10 +123,11 @@ public:
     double contactTest(Writer* writer, int& mechanism);
     /// Row of mixing cells between injected fluid and oil that grows by one cell at every stage.
     /// Each neighbour pair is brought together: half of the phase that stays in one cell, half of
-    /// the phase that moves on from the one before. Returns the smallest immiscibility
-    /// extrapolated to infinitely many cells, 0 if that is not positive, -1 if no mixture of the
-    /// two fluids has two phases; `mechanism` says which part of the row it belongs to.
-    /// K. Ahmadi and R.T. Johns, SPE 116823, 2008. Prints the stages if `writer` is not null.
+    /// the phase that moves on from the one before. Returns the smallest immiscibility for
+    /// infinitely many cells: that of the shortest key tie-line where Newton's method finds
+    /// it, otherwise extrapolated from the stages, 0 if that is not positive; -1 if no mixture of
+    /// the two fluids has two phases. `mechanism` says which part of the row it belongs to. K.
+    /// Ahmadi and R.T. Johns, SPE 116823, 2008. Prints the stages if `writer` is not null.
     double condensingVaporizingTest(Writer* writer, int& mechanism);
     /// Components present in the feed or in one of the two tanks.
     int componentCount(const Tank& tank1, const Tank& tank2) const;
@@ -194,8 +197,12 @@ private:
     void row_stage(Row& row);
     void row_cell(Row& row, std::size_t j);
     void row_flash(Row& row, std::size_t j);
+    bool shortest_key_line(double smallest, double& value, int& mechanism);
+    double row_limit(Row& row, double& extrapolated, int& mechanism);
 
     std::vector<double> kept_ln_k_;
+    std::unique_ptr<KeyTieLines> key_lines_;  ///< at the cell's temperature
+    std::vector<double> key_gas_;             ///< n, the injected fluid that they belong to
 };
 
 /// One test at the cell's temperature and pressure (MCM).

@@ -101,7 +101,7 @@ inline std::vector<double> wilson_ln_k(const Fluid& fluid, double T, double P) {
 }
 
 /// Pressure at which a tie-line followed upwards in pressure shrinks to a point: its squared length
-/// falls linearly there, so that the last two decide.
+/// falls linearly there, so that the last two decide. NaN if it was lost well before.
 ///   next  std::optional<TieLine>(P, tie-line at a lower pressure or null)
 template <class Next>
 double vanishing_pressure(double P, double factor, Next next) {
@@ -120,7 +120,9 @@ double vanishing_pressure(double P, double factor, Next next) {
         I1 = longer->squared_length();
         line = longer;
     }
-    return P1 + (P1 - P0) * I1 / (I0 - I1);
+    const double end = P1 + (P1 - P0) * I1 / (I0 - I1);
+    constexpr double CLOSE = 0.005;
+    return std::abs(end / P1 - 1.0) < CLOSE ? end : NAN;
 }
 
 /// Pressure at which the tie-line through a composition vanishes (the critical tie-line), searched
@@ -159,11 +161,16 @@ public:
             unknowns_from(*estimate);
         }
         const std::array<double, SIZE> kept = u_;
-        const auto line = newton();
+        auto line = newton(SIZE);
+        if (!line && last) {
+            u_ = kept;
+            line = newton(2 * N);
+        }
         if (!line) {
             u_ = kept;
             return std::nullopt;
         }
+        unknowns_from(*line);
         oil_ln_k_ = oil->ln_k;
         gas_ln_k_ = gas->ln_k;
         return line;
@@ -225,8 +232,37 @@ private:
         v = (ac * ab - bc * aa) / d;
     }
 
-    /// Equal fugacities; both compositions sum to 1; the two intersections.
-    std::array<double, SIZE> residuals(const std::array<double, SIZE>& u) const {
+    /// Determinant of the phases of two tie-lines, every component relative to its largest amount.
+    static double determinant(std::span<const double> x, std::span<const double> y,
+                              const TieLine& other) {
+        std::array<std::array<double, N>, N> A{};
+        for (std::size_t i = 0; i < N; ++i) {
+            A[i] = {x[i], y[i], other.x[i], other.y[i]};
+            const double largest = *std::max_element(A[i].begin(), A[i].end());
+            for (double& amount : A[i]) amount /= largest;
+        }
+        double product = 1.0;
+        for (std::size_t j = 0; j < N; ++j) {
+            std::size_t pivot = j;
+            for (std::size_t i = j; i < N; ++i)
+                if (std::abs(A[i][j]) > std::abs(A[pivot][j])) pivot = i;
+            if (pivot != j) {
+                std::swap(A[j], A[pivot]);
+                product = -product;
+            }
+            product *= A[j][j];
+            if (product == 0.0) return 0.0;
+            for (std::size_t i = j + 1; i < N; ++i) {
+                const double factor = A[i][j] / A[j][j];
+                for (std::size_t k = j; k < N; ++k) A[i][k] -= factor * A[j][k];
+            }
+        }
+        return product;
+    }
+
+    /// Equal fugacities; both compositions sum to 1; the two intersections, as places (size 12) or
+    /// as determinants (size 8), which pass through parallel lines.
+    std::array<double, SIZE> residuals(const std::array<double, SIZE>& u, std::size_t size) const {
         std::vector<double> x(N), y(N);
         double sum_x = 0, sum_y = 0;
         for (std::size_t i = 0; i < N; ++i) {
@@ -239,6 +275,11 @@ private:
             r[i] = u[i] + liquid.ln_phi[i] - u[N + i] - vapor.ln_phi[i];
         r[4] = sum_x - 1.0;
         r[5] = sum_y - 1.0;
+        if (size < SIZE) {
+            r[6] = determinant(x, y, gas_line_);
+            r[7] = determinant(x, y, oil_line_);
+            return r;
+        }
         for (std::size_t i = 0; i < 3; ++i) {
             r[6 + i] = x[i] + u[10] * (y[i] - x[i]) - gas_line_.x[i] -
                        u[8] * (gas_line_.y[i] - gas_line_.x[i]);
@@ -248,29 +289,29 @@ private:
         return r;
     }
 
-    std::optional<TieLine> newton() {
+    std::optional<TieLine> newton(std::size_t size) {
         for (int step = 0; step < 60; ++step) {
-            const auto r = residuals(u_);
+            const auto r = residuals(u_, size);
             double norm = 0.0;
             for (double value : r) norm = std::max(norm, std::abs(value));
             if (!(norm < 1e6)) return std::nullopt;
             if (norm < 1e-10) break;
             if (step == 59) return std::nullopt;
             std::array<std::array<double, SIZE + 1>, SIZE> A{};
-            for (std::size_t j = 0; j < SIZE; ++j) {
+            for (std::size_t j = 0; j < size; ++j) {
                 auto u = u_;
                 const double h = 1e-6 * std::max(1.0, std::abs(u[j]));
                 u[j] += h;
-                const auto moved = residuals(u);
-                for (std::size_t i = 0; i < SIZE; ++i) A[i][j] = (moved[i] - r[i]) / h;
+                const auto moved = residuals(u, size);
+                for (std::size_t i = 0; i < size; ++i) A[i][j] = (moved[i] - r[i]) / h;
             }
-            for (std::size_t i = 0; i < SIZE; ++i) A[i][SIZE] = -r[i];
-            eliminate(A);
+            for (std::size_t i = 0; i < size; ++i) A[i][SIZE] = -r[i];
+            eliminate(A, size);
             double longest = 0.0;
             for (std::size_t j = 0; j < 2 * N; ++j)
                 longest = std::max(longest, std::abs(A[j][SIZE]));
             const double damping = longest > 0.5 ? 0.5 / longest : 1.0;
-            for (std::size_t j = 0; j < SIZE; ++j) {
+            for (std::size_t j = 0; j < size; ++j) {
                 u_[j] += damping * A[j][SIZE];
                 if (!(std::abs(u_[j]) < 1e3)) return std::nullopt;
             }
@@ -286,15 +327,15 @@ private:
     }
 
     /// Gauss-Jordan elimination with row pivoting; the solution ends in the last column.
-    static void eliminate(std::array<std::array<double, SIZE + 1>, SIZE>& A) {
-        for (std::size_t j = 0; j < SIZE; ++j) {
+    static void eliminate(std::array<std::array<double, SIZE + 1>, SIZE>& A, std::size_t size) {
+        for (std::size_t j = 0; j < size; ++j) {
             std::size_t pivot = j;
-            for (std::size_t i = j; i < SIZE; ++i)
+            for (std::size_t i = j; i < size; ++i)
                 if (std::abs(A[i][j]) > std::abs(A[pivot][j])) pivot = i;
             std::swap(A[j], A[pivot]);
             const double inverse = 1.0 / A[j][j];
             for (double& element : A[j]) element *= inverse;
-            for (std::size_t i = 0; i < SIZE; ++i) {
+            for (std::size_t i = 0; i < size; ++i) {
                 if (i == j) continue;
                 const double factor = A[i][j];
                 for (std::size_t k = j; k <= SIZE; ++k) A[i][k] -= factor * A[j][k];
