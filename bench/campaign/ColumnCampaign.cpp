@@ -163,9 +163,9 @@ private:
         judge_direct(at);
     }
 
-    /// Half a metre up and down, within the phase: Simpson's rule over the densities.
+    /// A little up and down, within the phase: Simpson's rule over the densities.
     void judge_gradient(const CellRecord& middle, double height) {
-        constexpr double STEP = 0.5;
+        constexpr double STEP = 0.1;  // m
         const CellConditions here = test_.cell.save();
         double P[2] = {0.0, 0.0}, density[2] = {0.0, 0.0};
         bool same = true;
