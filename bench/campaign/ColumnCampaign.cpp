@@ -163,33 +163,31 @@ private:
         judge_direct(at);
     }
 
-    /// Half a metre up and down, within the phase.
+    /// A little up and down, within the phase: Simpson's rule over the densities.
     void judge_gradient(const CellRecord& middle, double height) {
-        constexpr double STEP = 0.5;
+        constexpr double STEP = 0.1;  // m
         const CellConditions here = test_.cell.save();
-        double P[2] = {0.0, 0.0};
+        double P[2] = {0.0, 0.0}, density[2] = {0.0, 0.0};
         bool same = true;
         for (const int side : {0, 1}) {
             test_.cell.restore_and_flash(here, false);
             same = same && move(side == 0 ? STEP : -STEP, true) &&
                    std::abs(test_.cell.depth.value - here.depth.value) > 0.999 * STEP &&
                    test_.cell.phase_count < 2;
-            P[side] = test_.cell.pressure.value;
+            const CellRecord end(test_.cell);
+            P[side] = end.P;
+            density[side] = judge_.density_of(end.feed, end.T, end.P);
         }
         test_.cell.restore_and_flash(here, false);
         test_.errors->Clear();
         if (!same) return;
+        const double own = judge_.density_of(middle.feed, middle.T, middle.P);
         const double by_density =
-            judge_.density_of(middle.feed, middle.T, middle.P) * 9.80665 * 2.0 * STEP;
-        // What a column is compressible by between its ends is far below the bar, but next to a
-        // critical point.
-        if (std::abs((P[1] - P[0]) / by_density - 1.0) <= gradient_bar(middle, P)) return;
+            (density[0] + 4.0 * own + density[1]) / 6.0 * 9.80665 * 2.0 * STEP;
+        if (std::abs((P[1] - P[0]) / by_density - 1.0) <= GRADIENT) return;
+        if (options_.verbose)
+            std::printf("    gradient off by %.3g\n", (P[1] - P[0]) / by_density - 1.0);
         count(WALKED, middle, PRESSURE_GRADIENT, height);
-    }
-    /// The third derivative of pressure by height: from the densities at the ends and the middle.
-    double gradient_bar(const CellRecord& middle, const double (&P)[2]) const {
-        const double bend = (P[0] + P[1] - 2.0 * middle.P) / (P[1] - P[0]);
-        return GRADIENT + bend * bend;
     }
 
     void judge_return(double height) {

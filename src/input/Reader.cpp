@@ -171,7 +171,11 @@ void Reader::Push(const std::string& name) {
     const bool deep = stack_.size() > MAX_INCLUDES;
     if (name.empty() || deep || is_output(*included) || !included->OpenRead()) {
         const std::string& full = included->fullName ? *included->fullName : name;
-        Fatal(located("Could not open file \"" + full + "\"."));
+        std::vector<std::string> lines = located("Could not open file \"" + full + "\".");
+        if (deep)
+            lines.insert(lines.begin() + 1, "Files include files no more than " +
+                                                std::to_string(MAX_INCLUDES) + " levels deep.");
+        Fatal(lines);
     }
     InFile& file_in = *included;
     auto level = std::make_unique<Level>(pushes_++, std::move(included), file_in, *this);
