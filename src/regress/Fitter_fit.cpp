@@ -95,8 +95,7 @@ void Fitter::Workspace::step_downhill() {
     const std::span<double> normal = v;  // the right factor has served
     for (std::size_t j = 0; j < n; ++j)
         for (std::size_t k = 0; k < n; ++k)
-            normal[j * n + k] =
-                std::inner_product(columns[j], columns[j] + rows, columns[k], 0.0);
+            normal[j * n + k] = std::inner_product(columns[j], columns[j] + rows, columns[k], 0.0);
     std::fill(step.begin(), step.end(), 0.0);
     for (int sweep = 0; sweep < DOWNHILL_SWEEPS; ++sweep) {
         for (std::size_t j = 0; j < n; ++j) {

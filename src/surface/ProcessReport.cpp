@@ -63,12 +63,9 @@ void feed_rows(std::vector<Cells>& rows, const std::string& first, const std::st
 /// Volumes at standard conditions are those of gases as gas and of liquids as liquid: what a liquid
 /// would fill if it were a gas is nobody's volume.
 Cells amount_cells(const StgAmts& amounts, const std::string& characterization, bool is_gas) {
-    return {amount_text(amounts.moles),
-            amount_text(amounts.mass),
-            known(amounts.volume),
-            is_gas ? known(amounts.gas_volume) : "-",
-            known(amounts.liquid_volume),
-            characterization};
+    return {amount_text(amounts.moles),   amount_text(amounts.mass),
+            known(amounts.volume),        is_gas ? known(amounts.gas_volume) : "-",
+            known(amounts.liquid_volume), characterization};
 }
 
 bool takes_only_vapor(const Stage& stage) {
@@ -104,9 +101,9 @@ std::vector<Cells> process_rows(const Process& process) {
         }
     }
     for (const auto& product : process.products)
-        feed_rows(rows, "Product: " + product->name, "", *product, "",
-                  amount_cells(product->amounts, label(product->tank()),
-                               takes_only_vapor(*product)));
+        feed_rows(
+            rows, "Product: " + product->name, "", *product, "",
+            amount_cells(product->amounts, label(product->tank()), takes_only_vapor(*product)));
     return rows;
 }
 

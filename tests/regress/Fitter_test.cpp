@@ -61,10 +61,10 @@ TEST(Fitter, ResidualWithoutWeightIsDropped) {
     EXPECT_EQ(fitter.sum_of_squared_weights(), 0.25);
 }
 
-/// Three residuals, linear in three variables from 0 to 1 that begin in the middle. The full step carries
-/// the first two past their bounds; where they are stopped in turn, at (1, 0, 1), the sum of squares is
-/// 38, more than the 36.25 of the start, and so it is all the way there. The least sum in the box, found
-/// by trying all sets of bounds in exact arithmetic, is 20 at (0, 0, 1).
+/// Three residuals, linear in three variables from 0 to 1 that begin in the middle. The full step
+/// carries the first two past their bounds; where they are stopped in turn, at (1, 0, 1), the sum
+/// of squares is 38, more than the 36.25 of the start, and so it is all the way there. The least
+/// sum in the box, found by trying all sets of bounds in exact arithmetic, is 20 at (0, 0, 1).
 TEST(Fitter, AStepThatBoundsTurnUphillIsNotTaken) {
     FitterProblem fitter([](const Values& b) {
         return Values{-b[0] - b[1] - b[2] + 1.0, 3.0 * b[0] + 3.0 * b[1] + 2.0 * b[2] - 4.0,

@@ -1,4 +1,5 @@
-// Links between the documents lead somewhere, and what they quote from files of the tree stands there.
+// Links between the documents lead somewhere, and what they quote from files of the tree stands
+// there.
 
 #include <gtest/gtest.h>
 

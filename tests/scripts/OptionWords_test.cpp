@@ -1,7 +1,7 @@
 // Words of the language that are no keywords of a dictionary, but stand behind keywords or name
-// something of the program's own: policies, targets of modifiers, words of an experiment's saturation
-// pressure, reserved mixtures. The reference lists them all, and an example or a table of options has
-// each of them run.
+// something of the program's own: policies, targets of modifiers, words of an experiment's
+// saturation pressure, reserved mixtures. The reference lists them all, and an example or a table
+// of options has each of them run.
 
 #include <gtest/gtest.h>
 
@@ -75,8 +75,8 @@ std::set<std::string> words_of_sources() {
     return words;
 }
 
-/// Words in backquotes in the first cells of the reference's tables, between two lines of it if they
-/// are given.
+/// Words in backquotes in the first cells of the reference's tables, between two lines of it if
+/// they are given.
 std::set<std::string> words_of_tables(const std::string& begin = {}, const std::string& end = {}) {
     std::istringstream text(reference_text("language.md"));
     std::set<std::string> words;
@@ -99,8 +99,8 @@ TEST(OptionWords, ReferenceHasThemAll) {
     const auto words = words_of_sources();
     ASSERT_GT(words.size(), 90u);
     for (const std::string& word : words)
-        EXPECT_TRUE(listed.contains(word))
-            << "doc/language.md lacks `" << word << "`, a word of the program that no dictionary has";
+        EXPECT_TRUE(listed.contains(word)) << "doc/language.md lacks `" << word
+                                           << "`, a word of the program that no dictionary has";
 }
 
 TEST(OptionWords, ReferenceListsNothingElse) {
@@ -134,7 +134,8 @@ TEST(OptionWords, TablesOfOptionsRun) {
     EXPECT_GT(words, 35u);
 }
 
-/// What the patterns run with a word that is no option must be an error, or they would prove nothing.
+/// What the patterns run with a word that is no option must be an error, or they would prove
+/// nothing.
 TEST(OptionWords, PatternsTellWhatIsNoOption) {
     for (const OptionScript& script : option_scripts("XYZZY")) {
         const ProgramRun run = run_program(fs::temp_directory_path(), {}, script.text);

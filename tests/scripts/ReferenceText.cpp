@@ -9,8 +9,9 @@ namespace kestrane {
 namespace {
 
 /// A fluid, for options that need one.
-constexpr const char* FLUID = "CHAR\nNAME MW TC(K) PC(bar) AF\nC1\nN-C4\nEND\nEND\n"
-                              "QMIX FEED C1 0.5 N-C4 0.5\nTEMP 300 K\nPRES 20 bar\n";
+constexpr const char* FLUID =
+    "CHAR\nNAME MW TC(K) PC(bar) AF\nC1\nN-C4\nEND\nEND\n"
+    "QMIX FEED C1 0.5 N-C4 0.5\nTEMP 300 K\nPRES 20 bar\n";
 
 void replace_all(std::string& text, const std::string& part, const std::string& by) {
     for (std::size_t at = text.find(part); at != std::string::npos;

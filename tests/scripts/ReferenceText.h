@@ -24,9 +24,9 @@ struct OptionScript {
     std::size_t words = 0;
 };
 
-/// One script for each table of options and pattern: each word in the place of the pattern's "@"; or,
-/// if one is given, that word alone. "//" in a pattern begins a line. Without a word also the scripts of
-/// the reference's comments "<!-- run: LINE // LINE -->".
+/// One script for each table of options and pattern: each word in the place of the pattern's "@";
+/// or, if one is given, that word alone. "//" in a pattern begins a line. Without a word also the
+/// scripts of the reference's comments "<!-- run: LINE // LINE -->".
 std::vector<OptionScript> option_scripts(const std::string& word = {});
 
 }  // namespace kestrane

@@ -10,8 +10,8 @@
 
 namespace kestrane {
 
-/// Soave's equation with another m of the acentric factor: M.S. Graboski and T.E. Daubert, Ind. Eng.
-/// Chem. Process Des. Dev. 17 (1978) 443.
+/// Soave's equation with another m of the acentric factor: M.S. Graboski and T.E. Daubert, Ind.
+/// Eng. Chem. Process Des. Dev. 17 (1978) 443.
 class GD_EOS final : public A_RK_EOS {
 public:
     std::string name() const override { return "Graboski-Daubert"; }
@@ -34,9 +34,9 @@ using testing_eos::Phase;
 
 constexpr double R = 8314.472;
 
-/// Butane at 350 K and 10 bar, all by the closed forms of the textbook: a and b of one component, and
-/// ln phi = Z - 1 - ln(Z - B) - A/B ln(1 + B/Z) at the root that the record solved for. The record keeps
-/// Z - B, and ln phi less the term b P/(R T), of which equilibria are free.
+/// Butane at 350 K and 10 bar, all by the closed forms of the textbook: a and b of one component,
+/// and ln phi = Z - 1 - ln(Z - B) - A/B ln(1 + B/Z) at the root that the record solved for. The
+/// record keeps Z - B, and ln phi less the term b P/(R T), of which equilibria are free.
 TEST(WorkedEquation, FugacityOfAPureComponentIsTheTextbooks) {
     const double T = 350.0, P = 10e5, Tc = 425.12, Pc = 37.96e5, omega = 0.2;
     Charzation charz("Pure");
@@ -58,8 +58,8 @@ TEST(WorkedEquation, FugacityOfAPureComponentIsTheTextbooks) {
                 1e-13);
 }
 
-/// At constant composition sum x_i ln phi_i moves with ln P as Z - 1, and less the covolumes' term as
-/// Z - B - 1. The step of 1e-5 leaves an error of 1e-10 of truncation and of round-off each.
+/// At constant composition sum x_i ln phi_i moves with ln P as Z - 1, and less the covolumes' term
+/// as Z - B - 1. The step of 1e-5 leaves an error of 1e-10 of truncation and of round-off each.
 TEST(WorkedEquation, MixturesObeyGibbsAndDuhem) {
     const double T = 330.0, P = 60e5, step = 1e-5;
     const Charzation charz = make_fluid(5);
@@ -76,8 +76,8 @@ TEST(WorkedEquation, MixturesObeyGibbsAndDuhem) {
     };
     double Z_less_B = 0.0;
     mean(P, &Z_less_B);
-    const double slope = (mean(P * (1.0 + step), nullptr) - mean(P * (1.0 - step), nullptr)) /
-                         (2.0 * step);
+    const double slope =
+        (mean(P * (1.0 + step), nullptr) - mean(P * (1.0 - step), nullptr)) / (2.0 * step);
     EXPECT_NEAR(slope, Z_less_B - 1.0, 1e-8);
 }
 

@@ -1,5 +1,5 @@
-// The worked example of an experiment in doc/architecture.md: what the document shows stands here and
-// is run.
+// The worked example of an experiment in doc/architecture.md: what the document shows stands here
+// and is run.
 
 #include "expt/ExptRun.h"
 
