@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmath>
+#include <iomanip>
 #include <sstream>
 #include <string>
 
@@ -36,13 +37,18 @@ inline fluids::Fluid spread_paraffins(std::size_t n) {
 inline std::string spread_script(std::size_t n) {
     const fluids::Fluid fluid = spread_paraffins(n);
     std::ostringstream text, amounts;
-    text.precision(12);
-    amounts.precision(12);
-    text << "CHAR Paraffins\nNAME   MW   TC(K)   PC(bar)   AF   VTRAN\n";
+    text << std::left << std::setprecision(12);
+    amounts << std::setprecision(12);
+    // A cell belongs to the heading above it.
+    const auto row = [&text](const auto&... cells) {
+        ((text << std::setw(18) << cells), ...);
+        text << "\n";
+    };
+    text << "CHAR Paraffins\n";
+    row("NAME", "MW", "TC(K)", "PC(bar)", "AF");
     for (std::size_t i = 0; i < n; ++i) {
         const auto& c = fluid.components[i];
-        text << c.name << "   " << c.mw << "   " << c.Tc << "   " << c.Pc / 1e5 << "   " << c.omega
-             << "   0.0\n";
+        row(c.name, c.mw, c.Tc, c.Pc / 1e5, c.omega);
         amounts << ' ' << fluid.z[i];
     }
     text << "END\nEND\nQMIX FEED" << amounts.str() << "\nTEMP 380 K\n";
