@@ -6,8 +6,8 @@
 //
 // --count is the number of flashes and of saturation pressures. --case runs one case again and
 // tells each step and the fluid, as source. Ends with status 1 if an answer was wrong without a
-// warning, or more than 20 of a million flashes or of 100,000 saturation pressures ended in a warning
-// of convergence or in a false "could not be found".
+// warning, or more than 20 of a million flashes or of 100,000 saturation pressures ended in a
+// warning of convergence or in a false "could not be found".
 
 #include <algorithm>
 #include <cstdlib>
@@ -78,8 +78,8 @@ bool report(const Tally& tally, const Options& options, bool flashes) {
     std::cout << "\nWrong without a warning: " << tally.silent() << '\n';
     tally.print_cases(std::cout, 60);
     std::cout << "Run a case again with: --seed " << options.seed << " --case N\n\n";
-    const long warnings = tally.of(UNCONVERGED) + tally.of(FALSELY_NOT_FOUND) +
-                          tally.of(FALSELY_ABOVE_LIMIT);
+    const long warnings =
+        tally.of(UNCONVERGED) + tally.of(FALSELY_NOT_FOUND) + tally.of(FALSELY_ABOVE_LIMIT);
     const double rate = flashes ? 20e-6 : 200e-6;
     const double allowed = std::max(1.0, rate * static_cast<double>(tally.answers()));
     return tally.silent() == 0 && static_cast<double>(warnings) <= allowed;
