@@ -2,7 +2,7 @@
 //
 // There stationary points of the tangent plane distance D cannot be followed: their distance from
 // the trivial one goes to zero, D with its fourth power. But D itself is smooth. In the variables
-// alpha = 2 sqrt(W) (Michelsen, Fluid Phase Equilib. 4 (1980) 1) its Hessian at the feed has one
+// alpha = 2 sqrt(W) (Michelsen, Fluid Phase Equilib. 9 (1982) 1) its Hessian at the feed has one
 // eigenvalue a near zero, with eigenvector e; the others are near one. Along the curve through the
 // feed on which D is least in all directions but e,
 //
