@@ -21,6 +21,14 @@ double StageJudge::density_of(std::span<const double> x, double T, double P) con
     return fluids::textbook_density(judge_.fluid, {{x.begin(), x.end()}, T, P});
 }
 
+double StageJudge::looseness_of(std::span<const double> x, double T, double P) const {
+    const textbook::Mixture<long double> mixture(judge_.fluid, T);
+    const auto phase = mixture.phase(P, std::vector<long double>(x.begin(), x.end()));
+    double b = 0.0;  // m3/kmol
+    for (std::size_t i = 0; i < x.size(); ++i) b += x[i] * fluids::covolume(judge_.fluid, i);
+    return static_cast<double>(phase.Z) * 8314.472 * T / (P * b);
+}
+
 Failure StageJudge::failure_of(const CellRecord& record) {
     record.show(judge_);
     if (record.two_phase()) return failure_of_pair();
@@ -46,9 +54,9 @@ Failure StageJudge::failure_of_pair() {
         return NO_BALANCE;
     if (!(errors.gibbs_excess <= GIBBS)) return GIBBS_ABOVE_FEED;
     const PVTCell& cell = judge_.cell;
-    if (density_of(cell.eq_liquid->moles(), cell.temperature.value, cell.pressure.value) <
-        density_of(cell.eq_vapor->moles(), cell.temperature.value, cell.pressure.value) *
-            (1.0 - 1e-9))
+    const double T = cell.temperature.value, P = cell.pressure.value;
+    if (looseness_of(cell.eq_liquid->moles(), T, P) >
+        looseness_of(cell.eq_vapor->moles(), T, P) * (1.0 + 1e-9))
         return MISNAMED;
     if (cell.phase_count > 2) return FAILURE_COUNT;
     fluids::SearchEffort beside = effort_;
@@ -75,7 +83,7 @@ std::optional<bool> StageJudge::is_gas_beside(double T, int sense, double P) {
     const bool bubble = cell.x_state.fraction == 1.0;
     const Tank &own = bubble ? *cell.eq_liquid : *cell.eq_vapor,
                &incipient = bubble ? *cell.eq_vapor : *cell.eq_liquid;
-    return density_of(own.moles(), T, *found) < density_of(incipient.moles(), T, *found);
+    return looseness_of(own.moles(), T, *found) > looseness_of(incipient.moles(), T, *found);
 }
 
 bool StageJudge::is_misnamed(const CellRecord& record) {

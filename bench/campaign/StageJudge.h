@@ -20,6 +20,8 @@ public:
 
     /// Densities by the textbook's equation, kg/m3.
     double density_of(std::span<const double> x, double T, double P) const;
+    /// Volume over covolume, by which the program tells the lighter of two phases.
+    double looseness_of(std::span<const double> x, double T, double P) const;
     const fluids::Fluid& fluid() const { return judge_.fluid; }
     fluids::TestCell& cell() { return judge_; }
 
