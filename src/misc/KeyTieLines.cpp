@@ -36,6 +36,10 @@ constexpr double A_POINT = 1e-9;
 constexpr double LEAST_AMOUNT = 1e-290, LEAST_SHARE = 1e-3;
 /// Steps around a fold of the path in pressure.
 constexpr std::size_t MOST_STATES = 1000;
+/// Multiplications in all solutions of the equations, some seconds; and as many solutions as the
+/// shortest path takes, below which it is not begun: from about 28 components on.
+constexpr double MOST_WORK = 5e9;
+constexpr double LEAST_SOLUTIONS = 150.0;
 constexpr int MOST_FOLD_STEPS = 400;
 constexpr double BEYOND_FOLD = 1e-4;
 
@@ -68,7 +72,10 @@ bool KeyTieLines::set_up(Charzation& charz, std::span<const double> gas,
     vapor_ = eos_->make_C_Parms(t_parms_, &errors_);
     if (!liquid_ || !vapor_) return false;
     const std::size_t size = line_start(lines_) - 2;
-    matrix_.resize(size, 3 * n_ + 2, 3 * n_ + 2);
+    const std::size_t width = 3 * n_ + 2;
+    solutions_left_ = MOST_WORK / (2.0 * static_cast<double>(size * width * width));
+    if (solutions_left_ < LEAST_SOLUTIONS) return false;
+    matrix_.resize(size, width, width);
     for (std::vector<double>* v : {&residual_, &by_ln_P_, &reference_, &trial_.u}) v->resize(size);
     full_.assign(all_, 0.0);
     for (std::vector<double>* v : {&full_phi_, &full_dp_}) v->resize(all_);

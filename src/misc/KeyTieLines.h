@@ -84,6 +84,7 @@ private:
     std::vector<double> ln_wilson_;        ///< n, at 1 Pa
     double lambda_ = 1.0;                  ///< share of the equation of state in ln K
     double ln_P_ = 0.0;                    ///< of the equations
+    double solutions_left_ = 0.0;          ///< what the work of a path is limited to
     BandSolver matrix_;
     std::vector<double> residual_, by_ln_P_;  ///< of the equations, and its derivatives
     std::vector<double> reference_;           ///< the estimate that Newton's method started from

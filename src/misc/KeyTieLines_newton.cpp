@@ -34,6 +34,7 @@ bool KeyTieLines::newton(State& state, const State* direction) {
     reference_ = state.u;
     const double reference_ln_P = state.ln_P;
     for (int iteration = 0; iteration < MOST_ITERATIONS; ++iteration) {
+        if (--solutions_left_ < 0.0) return false;
         equations(state);
         if (!(worst_ < FAR_OFF)) return false;
         if (worst_ < CONVERGED) return true;

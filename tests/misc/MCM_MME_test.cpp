@@ -114,6 +114,12 @@ TEST(MME_Expt, AgreesWithTheMinimumPressure) {
     EXPECT_TRUE(run.reports("   Injectant        Immiscibility\n"));
 }
 
+/// The first name is the lean fluid whatever it is: with the richer one there, none is needed.
+TEST(MME_Expt, SwappedFluidsNeedNothingOfTheSecond) {
+    const LabRun run(published() + "PRES 2400 psia\nMME CO2 C1 CELLS 10\nEND\n");
+    EXPECT_TRUE(run.reports("Minimum Miscibility Enrichment = 0% \"C1\" (with 100% \"CO2\")"));
+}
+
 TEST(MME_Expt, EndsOfTheRange) {
     const LabRun rich(published() + "PRES 1000 psia\nMME C1 CO2 CELLS 20\nEND\n");
     EXPECT_TRUE(rich.reports("Minimum Miscibility Enrichment = 100% \"CO2\" (with 0% \"C1\")"));

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "misc/KeyTieLines.h"
 #include "misc/MiscExpt.h"
 #include "misc/MiscFluids.h"
 #include "misc/reference/KeyTieLines.h"
@@ -118,15 +119,33 @@ INSTANTIATE_TEST_SUITE_P(
                    Key::Crossover,
                    {2303.0, 2297.0}},
         Quaternary{"light oil", {0.3, 0.2, 0.5, 0.0}, {0.0, 0.0, 0.0, 1.0}, Key::Crossover, {}},
+        Quaternary{"lean gas", {0.2, 0.15, 0.65, 0.0}, {0.95, 0.0, 0.0, 0.05}, Key::Crossover, {}},
         Quaternary{"pure methane", {0.2, 0.15, 0.55, 0.1}, {1.0, 0.0, 0.0, 0.0}, Key::Oil, {}},
         Quaternary{"butane oil", {0.1, 0.3, 0.5, 0.1}, {1.0, 0.0, 0.0, 0.0}, Key::Oil, {}},
         Quaternary{"butane gas", {0.2, 0.0, 0.7, 0.1}, {0.6, 0.4, 0.0, 0.0}, Key::Injected, {}}));
+
+/// What a row blurs: its extrapolation alone was 8 % too high with 100 cells, 5 % with 200.
+TEST(MMP_Expt, ManyComponentsDoNotDependOnTheCells) {
+    const Fluid fluid = fluids::volatile_oil();
+    const Composition carbon_dioxide{0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    Charzation charz = fluids::characterization(fluid);
+    const auto expected =
+        KeyTieLines(charz, 350.0, carbon_dioxide, fluid.z).vanishing_pressure(1e9);
+    ASSERT_TRUE(expected);
+    for (const char* cells : {"1", "2", "30"}) {
+        const MmpResult result = find_mmp(gas_drive(fluid, 350.0, fluid.z, carbon_dioxide) +
+                                          "PRES 100 bar\nMMP GAS CELLS " + cells + "\nEND\n");
+        EXPECT_NEAR(result.pressure / *expected, 1.0, 3e-4) << cells;
+        EXPECT_EQ(result.mechanism, "Condensing/Vaporizing Miscibility");
+    }
+}
 
 TEST(MMP_Expt, DoesNotDependOnTheStartingPressure) {
     const std::string fluid = gas_drive(fluids::gas_drive_fluid(), GAS_DRIVE_T,
                                         {0.2, 0.15, 0.65, 0.0}, {0.2, 0.0, 0.0, 0.8});
     const double usual = find_mmp(fluid + "PRES 500 psia\nMMP GAS CELLS 100\nEND\n").pressure;
-    for (const char* start : {"20 psia", "2200 psia", "2400 psia", "9000 psia"}) {
+    for (const char* start :
+         {"0.001 bar", "20 psia", "2200 psia", "2400 psia", "9000 psia", "1000000 bar"}) {
         const double found =
             find_mmp(fluid + "PRES " + start + "\nMMP GAS CELLS 100\nEND\n").pressure;
         EXPECT_NEAR(found / usual, 1.0, 5e-4) << start;
