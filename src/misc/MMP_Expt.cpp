@@ -147,10 +147,10 @@ bool MMP_Expt::search_all(double start) {
         double found = upper, test_bound = UNDEFINED;
         int mechanism = IMMISCIBLE;
         pressureSearch(number, low, upper, guess, found, test_bound, mechanism);
-        if (number == VAPORIZING && test_bound <= found && found <= low * CLOSEST) {
+        if (test_bound <= found && found <= low * CLOSEST) {
             // One phase all the way down may be vapor, with two phases above the start.
             const double P = two_phase_pressure_above(guess);
-            if (P > 0.0) {
+            if (P > 0.0 && P < upper) {
                 guess = P;
                 pressureSearch(number, P, upper, P, found, test_bound, mechanism);
             }
