@@ -60,6 +60,7 @@ void PVTzExpt::skip_to_end(Reader& reader, EOSLab& lab) {
         if (!reported) {
             reader.SkipUnknown(word);
         } else {
+            reader.LoseLine();
             reader.DiscardLine();
             reader.SkipStatement();
         }

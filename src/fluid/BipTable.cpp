@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "fluid/CharCmd.h"
 #include "fluid/Charzation.h"
 #include "input/Reader.h"
 
@@ -42,13 +43,22 @@ BipTable::BipTable(const Charzation& charz)
     : BipHeads(charz), Table(&dictionary()), charz_(charz) {}
 
 int BipTable::ReadRow(Reader& reader, std::string& word, int row) {
-    if (charz_.find_component(word) < 0) return 0;
+    const auto refuse = [&](const std::string& stray) {
+        if (reader.nobody_knows(stray) && !reader.lost(stray) && !reader.line_in_error())
+            report_illegal_charzation(
+                reader, "Keyword \"" + stray + "\" not recognized in current context.");
+        return 0;
+    };
+    if (charz_.find_component(word) < 0) return refuse(word);
     const std::string name = word;
     const int result = Table::ReadRow(reader, word, row);
-    if (result < 1 || has_value(row) || reader.line_in_error()) return result;
+    // Values that stand under a heading in error are read over.
+    const bool read_over = std::any_of(columns.begin(), columns.end(),
+                                       [](const auto& column) { return !column->IsData(); });
+    if (result < 1 || has_value(row) || read_over || reader.line_in_error()) return result;
     word = name;
     if (!reader.nobody_knows(name)) row_without_value_ = name;
-    return 0;
+    return refuse(name);
 }
 
 bool BipTable::has_value(int row) const {

@@ -84,6 +84,7 @@ bool known_in_block(const Char_Cmd& command, const std::string& word) {
 void skip_unknown(Reader& reader, std::string& word, bool& reported) {
     reader.NextKeyword(word);
     if (reported) {
+        reader.LoseLine();
         reader.DiscardLine();
         reader.SkipStatement();
     } else {

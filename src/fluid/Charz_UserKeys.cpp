@@ -73,7 +73,7 @@ void CharRestore_Cmd::Read(Reader& reader, const std::string&) {
         Execute(reader);
     } else if (restore(user(), name) == Restored::Missing) {
         usable = false;
-        if (!reader.definitions_lost()) reader.ErrorHere({nothing_to_restore(name)});
+        if (!reader.lost(name)) reader.ErrorHere({nothing_to_restore(name)});
     }
 }
 

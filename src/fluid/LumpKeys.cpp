@@ -120,7 +120,7 @@ private:
 
     void invalid(const std::string& component, const std::vector<std::string>& place) {
         data_.valid = false;
-        if (reader_.definitions_lost()) return;
+        if (reader_.lost(component)) return;
         std::vector<std::string> lines{"Invalid component for lumped fraction \"" +
                                        data_.lump.name.text() + "\"."};
         lines.insert(lines.end(), place.begin(), place.end());
@@ -188,7 +188,7 @@ void Lump_Cmd::Read(Reader& reader, const std::string&) {
         reader.Locate(lines, 3);
         lines.push_back(reason);
         reader.Error(lines);
-        reader.LoseDefinitions();
+        reader.LoseLine();
     }
     LumpReader(reader, charz, *this).read();
     if (immediate)

@@ -95,6 +95,7 @@ void Key_User::ReadAll(Reader& reader) {
 int Key_User::ReadBlock(Reader& reader, std::string& word, bool allowGlobal) {
     const ContextScope context(reader,
                                [this](const std::string& name) { return FindKey(name) != nullptr; });
+    StrayLines stray;
     for (;;) {
         reader.SetLineLimit(-1);
         const int result = reader.NextKeyword(word);
@@ -107,7 +108,7 @@ int Key_User::ReadBlock(Reader& reader, std::string& word, bool allowGlobal) {
         if (!key) {
             // What nobody knows ends no block: the rest of the block would be unknown outside it.
             if (reader.nobody_knows(word)) {
-                reader.SkipUnknown(word);
+                stray.skip(reader, word);
                 continue;
             }
             reader.Unread();
@@ -115,6 +116,7 @@ int Key_User::ReadBlock(Reader& reader, std::string& word, bool allowGlobal) {
         }
         // A copy, since a nested block reads into its caller's word.
         const std::string found = word;
+        stray.end(found);
         key->Run(reader, found, *this);
     }
 }

@@ -31,6 +31,22 @@ std::string with_digits(double value, std::size_t digits) {
     return text.str();
 }
 
+/// Words of lost statements that are kept: a file that is no script has any number.
+constexpr std::size_t MAX_LOST = 10000;
+
+/// What stands between separators; comments count too.
+std::vector<std::string> words_of(const std::string& line) {
+    std::vector<std::string> words;
+    const auto ends = [](char c) { return WordEndSet.contains(static_cast<unsigned char>(c)); };
+    auto at = line.begin();
+    while ((at = std::find_if_not(at, line.end(), ends)) != line.end()) {
+        const auto end = std::find_if(at, line.end(), ends);
+        words.emplace_back(at, end);
+        at = end;
+    }
+    return words;
+}
+
 }  // namespace
 
 Reader::Reader(const Writer& writer, InFile& primary) : Writer(writer) {
@@ -215,7 +231,7 @@ void Reader::NotRecognized(const std::string& word) {
 
 void Reader::SkipUnknown(const std::string& word) {
     if (!top().line_in_error()) NotRecognized(word);
-    LoseDefinitions();
+    LoseLine();
     DiscardLine();
     SkipStatement();
 }
@@ -231,6 +247,16 @@ bool Reader::nobody_knows(const std::string& word) const {
 
 bool Reader::line_in_error() const {
     return top().line_in_error();
+}
+
+void Reader::LoseLine() {
+    definitionsLost_ = true;
+    if (lostWords_.size() > MAX_LOST) return;
+    for (const std::string& word : words_of(top().rawLine())) lostWords_.insert(upper_case(word));
+}
+
+bool Reader::lost(const std::string& word) const {
+    return lostWords_.contains(upper_case(word));
 }
 
 void Reader::ClearLine() {

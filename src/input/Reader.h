@@ -4,6 +4,7 @@
 #include <functional>
 #include <limits>
 #include <memory>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -85,10 +86,12 @@ public:
     bool line_in_error() const;
     /// What was reported last is not about the line that has been read since.
     void ClearLine();
-    /// From here on `definitions_lost` is true: the script holds something that could not be read.
-    void LoseDefinitions() { definitionsLost_ = true; }
-    /// Names may be missing because what would define them was in error: they are not to be
-    /// reported as undefined.
+    /// Remembers the words of the current line as those of a statement that could not be read.
+    void LoseLine();
+    /// Whether a statement that could not be read holds the word: what it would have defined is
+    /// not to be reported as undefined.
+    bool lost(const std::string& word) const;
+    /// Whether there is such a statement at all: a fluid may be missing because of it.
     bool definitions_lost() const { return definitionsLost_; }
     /// An error block: the given lines, then three (or `detail`) location lines.
     void ErrorHere(std::vector<std::string> lines, int detail = 2);
@@ -125,6 +128,7 @@ private:
     std::size_t pushes_ = 0;  ///< files opened so far: serial numbers of the levels
     std::vector<Knows> contexts_;  ///< from the script's to the innermost
     bool definitionsLost_ = false;
+    std::set<std::string> lostWords_;  ///< in upper case
 };
 
 /// Lets the reader know, for a scope, which words are known there.

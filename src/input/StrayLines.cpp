@@ -50,9 +50,10 @@ bool StrayLines::follows(const Reader& reader, const std::string& word) {
 }
 
 void StrayLines::skip(Reader& reader, const std::string& word) {
-    // Behind a statement that was understood, the word may name what a lost one would have defined.
-    const bool argument = reader.definitions_lost() && !begins_line(reader);
+    // The word may name what a statement that was lost would have defined.
+    const bool argument = reader.lost(word) && !begins_line(reader);
     if (argument || follows(reader, word)) {
+        reader.LoseLine();
         reader.DiscardLine();
         reader.SkipStatement();
         return;
@@ -67,6 +68,7 @@ bool StrayLines::take(Reader& reader) {
         shape_of(reader.line()).numbers > 0)
         return false;
     in_table_ = true;
+    reader.LoseLine();
     reader.DiscardLine();
     return true;
 }

@@ -63,9 +63,17 @@ bool number_follows(const Reader& reader, const std::string& word) {
     return parse_number(std::string(first, std::find_if(first, line.end(), skipped)), number);
 }
 
+/// Reports the word that stands where a row should begin; `place` tells where, if it is not empty.
+void report_slip(Reader& reader, const std::string& word, const std::vector<std::string>& place) {
+    if (place.empty()) return reader.NotRecognized(word);
+    std::vector<std::string> lines{"Keyword \"" + word + "\" not recognized in current context."};
+    lines.insert(lines.end(), place.begin(), place.end());
+    reader.Error(lines);
+}
+
 /// Drops a line that is none of the table.
 int leave_table(Reader& reader) {
-    reader.LoseDefinitions();
+    reader.LoseLine();
     reader.DiscardLine();
     return LEFT_TABLE;
 }
@@ -148,9 +156,8 @@ bool Table::read_rows(Reader& reader, const CmdDictionary* stopWords, std::strin
             reader.Unread();
             if (!reader.nobody_knows(word)) return false;
             // What nobody knows is a slip within the table, which goes on behind it.
-            next_word(reader, word);
-            if (!reader.line_in_error()) reader.NotRecognized(word);
-            reader.LoseDefinitions();
+            if (!reader.line_in_error() && !reader.lost(word)) report_slip(reader, word, place);
+            reader.LoseLine();
             reader.DiscardLine();
             continue;
         }
@@ -218,6 +225,7 @@ int Table::ReadHead(Reader& reader, std::string& word) {
         std::vector<std::string> place;
         reader.Locate(place, 1, false);
         head_place_ = place.front();
+        if (reader.line_in_error()) reader.LoseLine();
     }
     ReadUnits(reader, word);
     return count;
@@ -226,8 +234,9 @@ int Table::ReadHead(Reader& reader, std::string& word) {
 void Table::report_heading(Reader& reader, const std::string& word) {
     // Columns are named after components too (K-C1): those of a fluid that could not be read are
     // not known.
-    const bool of_component = word.find('-') != std::string::npos;
-    if (!of_component || !reader.definitions_lost()) reader.NotRecognized(word);
+    const std::size_t hyphen = word.find('-');
+    const std::string component = hyphen == std::string::npos ? word : word.substr(hyphen + 1);
+    if (!reader.lost(component) && !reader.lost(word)) reader.NotRecognized(word);
 }
 
 /// The unit behind a heading. Without one, the unit without a name if there is one; a word in
@@ -387,14 +396,13 @@ bool Table::skip_bad_cell(Reader& reader, std::string& word) {
     if (!reader.nobody_knows(word)) return false;
     next_word(reader, word);
     reader.NotRecognized(word);
-    reader.LoseDefinitions();
     return true;
 }
 
 /// Reports a value that stands under no heading of its own. Once: where a heading is missing, every
 /// row has such a value.
 void Table::report_misplaced(Reader& reader, const std::string& word) {
-    if (!misplaced_reported_) reader.NotRecognized(word);
+    if (!misplaced_reported_ && !reader.line_in_error()) reader.NotRecognized(word);
     misplaced_reported_ = true;
 }
 

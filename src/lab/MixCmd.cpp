@@ -195,13 +195,14 @@ private:
 
     void invalid(const std::string& ingredient, const std::vector<std::string>& place) {
         mix_.valid = false;
-        if (reader_.definitions_lost()) return;
+        const bool no_fluid = !lab_.Charz_User::current();
+        if (reader_.lost(ingredient) || (no_fluid && reader_.definitions_lost())) return;
         std::vector<std::string> lines{"Invalid ingredient for mixture \"" + mix_.name + "\"."};
         lines.insert(lines.end(), place.begin(), place.end());
         lines.push_back(undefined(ingredient));
         reader_.Error(lines);
         // Without a fluid no component is known: the first says so for all.
-        if (!lab_.Charz_User::current()) reader_.LoseDefinitions();
+        if (no_fluid) reader_.LoseLine();
     }
 
     int component_of(const std::string& word) const {
@@ -310,7 +311,7 @@ void Mix_Cmd::Read(Reader& reader, const std::string&) {
         reader.Locate(lines, 3, true, "Problem detected");
         lines.push_back(reason);
         reader.Error(lines);
-        reader.LoseDefinitions();
+        reader.LoseLine();
     }
     IngredientReader(reader, user(), *this).read();
     // With an ingredient in error too: what follows in the script may name it.

@@ -78,7 +78,7 @@ int component_of(Reader& reader, const Charzation& charz, const std::string& wor
                  std::string& text) {
     const int index = word.empty() ? -1 : charz.find_component(word);
     text = index < 0 ? word : name_of(charz, index);
-    if (index < 0 && !reader.definitions_lost() && !reader.line_in_error())
+    if (index < 0 && !reader.lost(word) && !reader.line_in_error())
         reader.ErrorHere({"\"" + word + "\" not recognized as a component."});
     return index;
 }

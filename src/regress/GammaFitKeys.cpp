@@ -91,7 +91,7 @@ void report_while_reading(Reader& reader, const std::string& problem,
 bool check_component(Reader& reader, const GammaFit_Cmd& command, const std::string& word,
                      bool or_option) {
     const PtrTo<Tank> mixture = mixture_of(command);
-    if (!mixture || reader.definitions_lost()) return true;
+    if (!mixture || reader.lost(word)) return true;
     const Charzation* charz = mixture->charz();
     if (charz && charz->find_component(word) >= 0) return true;
     const UnknownComponent unknown = unknown_component(command, word, charz);
@@ -177,7 +177,7 @@ void fit_mixture(GammaFit_Cmd& command, Reader& reader, const Tank& mixture,
 template <>
 void GammaFit_Cmd::Read(Reader& reader, const std::string&) {
     mixture = read_word(reader);
-    if (!mixture_of(*this) && !reader.definitions_lost())
+    if (!mixture_of(*this) && !reader.lost(mixture))
         report_while_reading(reader, undefined_mixture(mixture), {"A mixture is required here."});
     first = read_component(reader, *this);
     const std::string option = read_word(reader);

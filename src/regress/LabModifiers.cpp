@@ -84,7 +84,7 @@ TankMod::TankMod(const Command& owner, EOSLab& lab, bool by_mass, Reader& reader
     next_word_is(reader, in);
     if (reader.NextWord(mixture_) <= 0) mixture_.clear();
     const bool known = !mixture_.empty() && lab.find_mixture(mixture_);
-    if (!known && !reader.definitions_lost() && !reader.line_in_error())
+    if (!known && !reader.lost(mixture_) && !reader.line_in_error())
         reader.ErrorHere({"\"" + mixture_ + "\" not recognized as a mixture name."});
     target_ = std::string(by_mass ? "mass" : "moles") + " of " + range.text + " in " + mixture_;
     usable_ = known && !range.empty();

@@ -174,7 +174,7 @@ void Modifier::read_value(Reader& reader) {
     }
     variable_name_ = word;
     variable_ = fitter_ ? fitter_->findVariable(word) : -1;
-    if (variable_ < 0 && !reader.definitions_lost() && !reader.line_in_error())
+    if (variable_ < 0 && !reader.lost(word) && !reader.line_in_error())
         reader.ErrorHere({"\"" + word + "\" not recognized as a variable."});
 }
 
@@ -203,7 +203,6 @@ void read_variable(Reader& reader, Fitter* fitter) {
     std::string name;
     if (reader.NextWord(name) <= 0) {
         reader.ErrorHere({"A name was expected for a regression variable."});
-        reader.LoseDefinitions();
         return;
     }
     std::vector<double> numbers(3, UNSET);

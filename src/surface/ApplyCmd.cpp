@@ -84,7 +84,7 @@ void Apply_Cmd::Read(Reader& reader, const std::string& key) {
 template <>
 void ApplySep_Cmd::Read(Reader& reader, const std::string&) {
     name = read_name_of(reader, "separator");
-    if (!name.empty() && !user().user().separators.find(name) && !reader.definitions_lost())
+    if (!name.empty() && !user().user().separators.find(name) && !reader.lost(name))
         reader.ErrorHere({"Cannot apply undefined separator \"" + name + "\"."}, 3);
 }
 
@@ -115,7 +115,7 @@ void ApplySep_Cmd::Execute(Reader& reader) {
 template <>
 void ApplyProcess_Cmd::Read(Reader& reader, const std::string&) {
     name = read_name_of(reader, "process");
-    if (!name.empty() && !user().user().processes.find(name) && !reader.definitions_lost())
+    if (!name.empty() && !user().user().processes.find(name) && !reader.lost(name))
         reader.ErrorHere({"Cannot apply undefined process \"" + name + "\"."}, 3);
 }
 

@@ -182,7 +182,7 @@ void UserCmd<BlackOil_Cmd, BlackCollector_Data>::Read(Reader& reader, const std:
     if (table.collector.empty()) {
         table.bad = true;
     } else if (!table.user().collectors.find(table.collector)) {
-        if (!reader.definitions_lost())
+        if (!reader.lost(table.collector))
             reader.ErrorHere({"Bad collector name \"" + table.collector + "\"."}, 3);
         table.bad = true;
     }
@@ -195,7 +195,7 @@ void UserCmd<BlackOil_Cmd, BlackProcess_Data>::Read(Reader& reader, const std::s
     if (table.process.empty()) {
         table.bad = true;
     } else if (!table.user().processes.find(table.process)) {
-        if (!reader.definitions_lost())
+        if (!reader.lost(table.process))
             reader.ErrorHere({"Bad process name \"" + table.process + "\"."}, 3);
         table.bad = true;
     }

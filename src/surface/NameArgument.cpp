@@ -9,7 +9,6 @@ std::string read_name_of(Reader& reader, const std::string& thing) {
     std::string name;
     if (reader.NextWord(name) > 0 && !name.empty()) return name;
     reader.ErrorHere({"A name was expected for a " + thing + "."}, 3);
-    reader.LoseDefinitions();
     return {};
 }
 

@@ -96,7 +96,9 @@ template <>
 void UserCmd<SepStage, StageSep_Data>::Read(Reader& reader, const std::string&) {
     SepStage& stage = user();
     stage.separator = read_name_of(reader, "separator");
-    if (stage.separator.empty() || stage.ResolveSeparator() || reader.definitions_lost()) return;
+    if (stage.separator.empty() || stage.ResolveSeparator() ||
+        reader.lost(stage.separator))
+        return;
     reader.ErrorHere({"Separator \"" + stage.separator + "\" is undefined."}, 3);
 }
 

@@ -155,7 +155,7 @@ void read_data(UserCmd<Sep, SepRow_Data<KIND>>& command, Reader& reader) {
     if (row.*shape.given)
         for (std::size_t i = 0; i < n; ++i) values[i] = from_space(stored[i], rule);
     reader.NextDoubles(values, smallestFactor, largestFactor);
-    if (reader.definitions_lost()) reader.SkipStatement();  // there may have been more components
+    if (!sep.characterization) reader.SkipStatement();  // the fluid was in error
     for (std::size_t i = 0; i < n; ++i) stored[i] = to_space(values[i], rule);
     row.*shape.given = true;
 }

@@ -69,7 +69,7 @@ void Stage::ResolveFeeds(Reader& reader) {
     for (StageFeed& feed : feeds) {
         feed.source = process->find_stage(feed.source_name);
         if (feed.source || KeyCompare("IN&", feed.source_name.c_str()) == 0) continue;
-        if (reader.definitions_lost()) continue;
+        if (reader.lost(feed.source_name)) continue;
         reader.Fatal({"Process stage \"" + feed.source_name + "\" not recognized.", feed.location});
     }
 }

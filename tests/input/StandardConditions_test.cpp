@@ -198,8 +198,9 @@ TEST(GaugeZero, ABareNumberIsAnErrorAndMeansBar) {
 
 TEST(GaugeZero, GaugeUnitsAreNoUnitsOfItsValue) {
     Session session("GAUGE 2 psig\n");
-    EXPECT_EQ(session.script.counts.errors, 2);  // no unit, and a word that nobody knows
-    EXPECT_TRUE(session.script.says("Keyword \"psig\" not recognized in current context"));
+    EXPECT_EQ(session.script.counts.errors, 1);  // no unit: the word that is none is shown with it
+    EXPECT_TRUE(session.script.says("No absolute pressure units specified"));
+    EXPECT_TRUE(session.script.says("Most recent line: \"GAUGE 2 psig\"."));
 }
 
 TEST(GaugeZero, NothingGivenSetsNothing) {

@@ -14,8 +14,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Tables of names; none of them says anything.
-constexpr std::array NAMES{"ExptCatalogue.cpp", "ComponentHeads.cpp", "LibraryData.cpp"};
+/// Tables of names; none of them says anything. Neither do patterns of headings (with "?") and lines
+/// of tables in files (with tabs).
+constexpr std::array NAMES{"ExptCatalogue.cpp", "ComponentHeads.cpp", "LibraryData.cpp",
+                           "SolverStats.h"};
 
 std::size_t end_of(const std::string& source, const std::string& mark, std::size_t from) {
     const std::size_t at = source.find(mark, from);
@@ -76,7 +78,8 @@ void add_lines(const std::string& literal, const std::string& place,
     static const std::regex words("[A-Za-z]\\S* +\\S*[A-Za-z]");
     std::istringstream lines(unescaped(literal));
     for (std::string line; std::getline(lines, line);)
-        if (std::regex_search(line, words)) texts.push_back({place, trimmed(line)});
+        if (std::regex_search(line, words) && line.find_first_of("?\t") == std::string::npos)
+            texts.push_back({place, trimmed(line)});
 }
 
 }  // namespace
