@@ -2,6 +2,7 @@
 // searches below the tangent plane on both sides, and by scans of flashes under all stability
 // tests.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <iostream>
@@ -20,8 +21,11 @@ constexpr double FUGACITY = 1e-10;
 constexpr double SCAN_FACTOR = 1.3;
 constexpr double LOWEST = 1.0;  // Pa; below it the textbook's Cardano formula loses liquid roots
 
-/// A region so narrow, of a fluid that is all but pure, has no inside that a flash could tell.
+/// A region so narrow, of a fluid that is all but pure, has no inside that a flash could tell; nor
+/// has one at an azeotrope, where phases are alike (of ln K) and flashes take them for one.
 constexpr double NARROW = 1e-7;
+constexpr double NARROW_AZEOTROPE = 1e-4;
+constexpr double ALIKE = 5e-3;
 
 /// One pressure asked for; the other boundary of the region, if it is known, tells its width.
 class SaturationCase {
@@ -90,7 +94,9 @@ private:
     }
     /// The region may be narrower than a step inside, and shallow next to its boundary.
     bool two_phases_inside(double P) {
-        if (std::abs(P - other_) <= NARROW * P) return true;
+        const auto [low, high] = std::ranges::minmax(subject_.plain.cell.ln_k);
+        const double narrow = high - low < ALIKE ? NARROW_AZEOTROPE : NARROW;
+        if (std::abs(P - other_) <= narrow * P) return true;
         for (const double step : {1e-3, 1e-2, 1e-4, 1e-5, 1e-6, 1e-7})
             if (is_two_phase(outward(P, 1.0 / (1.0 + step)))) return true;
         return false;

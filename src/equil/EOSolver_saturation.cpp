@@ -290,10 +290,15 @@ bool EOSolver::saturation_critical_contact(SaturationState& s) {
 /// as one component only. At that pressure the feed is liquid or vapor by chance; a little beyond
 /// it the phase asked for. True if that led to a pressure.
 bool EOSolver::saturation_pure_contact(SaturationState& s) {
+    constexpr double SHIFT = 1e-6;  // of the vapor pressure by traces
     const double P = one_component_pressure();
     if (std::abs(feed_.root) < 2 || !s.beyond(P, s.P_two) || s.beyond(P, s.P_one)) return false;
+    // There the feed was taken for unstable; traces may shift the boundary to either side.
+    const double P_two = s.P_two;
+    if (P_two == P) s.P_two = P * (1.0 - s.sense * SHIFT);
     for (const double step : {1e-9, 1e-11, 1e-13})
         if (saturation_contact(s, P * (1.0 + s.sense * step), s.sense)) return true;
+    s.P_two = P_two;
     return false;
 }
 

@@ -176,6 +176,8 @@ TEST(NearCritical, AComponentWithATraceHasBothBoundaries) {
     const Component heavy{"H", 434.6, 851.2, 9.86e5, 1.094, 0.11};
     const Component c2{"C2", 30.07, 305.4, 48.8e5, 0.099, -0.10};
     const Component h2s{"H2S", 34.08, 373.2, 89.4e5, 0.081, -0.13};
+    const Component nc4{"nC4", 58.124, 425.2, 38e5, 0.199, -0.06};
+    const Component ic5{"iC5", 72.151, 460.4, 33.9e5, 0.227, -0.06};
     struct Case {
         Fluid fluid;
         double T;
@@ -183,12 +185,14 @@ TEST(NearCritical, AComponentWithATraceHasBothBoundaries) {
     for (const Case& c :
          {Case{pair_of(co2, c6, 8e-12, 0.115), 292.6}, Case{pair_of(co2, c6, 1e-8, 0.115), 275.0},
           Case{pair_of(c5, heavy, 8e-12, 0.0075), 275.15},
-          Case{pair_of(h2s, c2, 3e-9, 0.056), 353.2}, Case{pair_of(h2s, c2, 3e-9, 0.056), 275.7}}) {
+          Case{pair_of(h2s, c2, 3e-9, 0.056), 353.2}, Case{pair_of(h2s, c2, 3e-9, 0.056), 275.7},
+          // The heavier component lowers both boundaries below the vapor pressure as one component.
+          Case{pair_of(nc4, ic5, 1e-10, 0.0), 424.7}, Case{pair_of(nc4, ic5, 1e-8, 0.0), 400.0}}) {
         SCOPED_TRACE(c.fluid.name + " at " + std::to_string(c.T));
         TestCell test(c.fluid);
         double P[2] = {0.0, 0.0};
         for (const int sense : {-1, 1}) {
-            for (const double start : {UNSET, 1e5, 1e8}) {
+            for (const double start : {UNSET, 1e5, 3e5, 1e8}) {
                 ASSERT_TRUE(saturate(test, c.T, sense, start));
                 expect_exact(test, 1e-13);
                 EXPECT_EQ(test.cell.x_state.fraction, sense > 0 ? 1.0 : 0.0);
