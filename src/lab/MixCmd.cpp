@@ -117,6 +117,9 @@ private:
             take_type(type);
         } else if (component >= 0 || lab_.find_mixture(word)) {
             take_name(word, component);
+        } else if (starts_line() && reader_.nobody_knows(word)) {
+            // It begins no statement: the list may go on below it.
+            reader_.SkipUnknown(word);
         } else if (starts_line()) {
             reader_.Unread();
             return false;
