@@ -118,8 +118,9 @@ private:
         } else if (component >= 0 || lab_.find_mixture(word)) {
             take_name(word, component);
         } else if (starts_line() && reader_.nobody_knows(word)) {
-            // It begins no statement: the list may go on below it.
+            // It begins no statement: the list may go on below it, on a line of its own.
             reader_.SkipUnknown(word);
+            return true;
         } else if (starts_line()) {
             reader_.Unread();
             return false;
@@ -164,7 +165,8 @@ private:
         has_number_ = true;
         // Whether a name follows shows on the next word, which may stand on another line.
         const Charzation* charz = lab_.Charz_User::current();
-        if (!has_name_ && number != 0.0 && !(charz && position_ < charz->comp_count()))
+        if (!has_name_ && number != 0.0 && !reader_.definitions_lost() &&
+            !(charz && position_ < charz->comp_count()))
             place_ = place_of(std::to_string(position_ + 1));
     }
 

@@ -137,7 +137,7 @@ TEST(TableRead, MissingUnitsAreErrorsAndTheDefaultIsAssumed) {
     EXPECT_EQ(in.errors(), 2);
     EXPECT_TRUE(in.script.says(
         "######  ERROR: No units assigned to \"Critical Temperature\" column  ######\n"
-        "Problem detected at line 2 of the standard input.\n"
+        "Problem detected at line 1 of the standard input.\n"
         "To allow further input, units of \"K\" will be assumed.\n"))
         << in.text();
     EXPECT_TRUE(in.script.says("No units assigned to \"Critical Pressure\" column"));
