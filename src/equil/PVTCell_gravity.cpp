@@ -121,6 +121,7 @@ private:
     double next_step(double step, const Point& from, const Point& to) const;
 
     static constexpr double LONGEST = 1000.0;    // m
+    static constexpr double SHORTEST = 1e-4;     // m
     static constexpr double FIRST_SHARE = 0.01;  // of the longest step
     static constexpr double REACH = 100.0;       // longest steps to either side
     static constexpr double CLOSE = 1e-7;        // of pressures, relative
@@ -187,10 +188,12 @@ void ContactSearch::go_back() {
 }
 
 /// Where the distance would vanish, if it went on as between two points; the longest step where
-/// that tells nothing.
+/// that tells nothing. At a contact the search ends before steps get short. Where oil turns into gas
+/// through a critical point the distance vanishes too: there a step goes across.
 double ContactSearch::next_step(double step, const Point& from, const Point& to) const {
     if (from.D * (from.D - to.D) <= 0.0) return to.gas ? -LONGEST : LONGEST;
-    return std::clamp(to.D / (from.D - to.D) * step, -LONGEST, LONGEST);
+    step *= to.D / (from.D - to.D);
+    return std::copysign(std::clamp(std::abs(step), SHORTEST, LONGEST), step);
 }
 
 bool ContactSearch::run() {

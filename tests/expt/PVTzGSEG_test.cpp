@@ -510,7 +510,7 @@ TEST(PVTzGSEG, CriticalTransitionIsNoContact) {
     const std::string fluid = oil() + "PRES 330 bar\n";
     Column run(fluid, "GOC\n" + aligned({"DEPTH m|SATP BAR|ZONE", "-3000", "175", "1000"}));
     LabRun command(fluid + "GOC\n");
-    EXPECT_TRUE(command.reports("No gas-oil contact could be found"));
+    EXPECT_TRUE(command.reports("No gas-oil contact could be found")) << command.report();
     EXPECT_EQ(run.report().find("Contact Depth"), std::string::npos) << run.report();
     std::vector<const ExptData*> added;
     for (const ExptData& row : run.rows())
