@@ -157,18 +157,21 @@ int EOSolver::far_side_trials() const {
 /// True if the two-phase result is unstable against a vapor, where both phases are liquids, or
 /// against a phase made for the most of one component unlike the others. The roots of the cubic
 /// raise no suspicion of these: such are the vapor over two liquids that K-values of another state
-/// led to, the liquid of CO2 between the vapor and the oil of a cold flood, and the oil beside that
-/// liquid. Costs an evaluation for each unlike component, and a stability test beside two liquids,
-/// beside a liquid made for the most of an unlike component, and where the fugacity of one is near
-/// that of its pure liquid.
+/// led to, the liquid of CO2 between the vapor and the oil of a cold flood, the oil beside that
+/// liquid, and the liquid and vapor that CO2 with a film of oil falls apart into next to its
+/// critical point. Costs an evaluation for each unlike component, and stability tests beside two
+/// liquids, beside a phase made for the most of an unlike component, and where the fugacity of one
+/// is near that of its pure liquid.
 bool EOSolver::further_phase_is_due() {
     if (cell_.test2 == TEST_NEVER || test2_now > TEST_TRIVIAL) return false;
     const WorkStack::Frame frame(store_->work);
     const std::span<double> w = store_->work.take(n_);
     int flags = TRIAL_VAPOR;
-    const auto largest = std::max_element(x_.comps, x_.comps + n_);
-    if (*largest > 0.5 && is_unlike(static_cast<std::size_t>(largest - x_.comps), x_))
-        flags |= TRIAL_LIQUID;
+    for (const PhaseState* phase : {&x_, &y_}) {
+        const auto largest = std::max_element(phase->comps, phase->comps + n_);
+        if (*largest > 0.5 && is_unlike(static_cast<std::size_t>(largest - phase->comps), *phase))
+            flags |= TRIAL_LIQUID | TRIAL_BETWEEN;
+    }
     if (third_phase_test(x_, y_, ln_k(), trial_, w, flags, false) != 0) return true;
     double g = 0.0;
     return pure_component_test(x_, y_, ln_k(), trial_, w, g, false, false);

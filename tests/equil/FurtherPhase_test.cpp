@@ -56,6 +56,29 @@ Fluid oil_under_co2() {
     return fluid;
 }
 
+/// Next to the critical point of CO2 a film of oil was taken with all the CO2 as one phase, which
+/// falls apart into its liquid and its vapor.
+Fluid co2_with_a_film_of_oil() {
+    Fluid fluid;
+    fluid.name = "CO2 with a film of oil";
+    fluid.components = {
+        {"CO2", 44.01, 304.1, 73.8e5, 0.239, -0.08},
+        {"H2S", 34.08, 373.2, 89.4e5, 0.081, -0.13},
+        {"iC4", 58.124, 408.2, 36.5e5, 0.183, -0.08},
+        {"H", 457.9, 879.0161201766006, 10.178479808e5, 1.0759537734349898, 0.115},
+    };
+    fluid.kij = fluids::pairs(4, {{0, 1, 0.11482725373345673},
+                                  {0, 2, 0.10572590905874497},
+                                  {0, 3, 0.09798001936277025},
+                                  {1, 2, 0.044685739737297121},
+                                  {1, 3, 0.043945721591108662},
+                                  {2, 3, 0.011396000742201019}});
+    fluid.z = {0.93655211445018927, 0.01483216624498907, 0.048522315047982739,
+               9.1892960025372316e-05};
+    fluids::normalize(fluid.z);
+    return fluid;
+}
+
 /// Flashes of a grid under the default policies; from no K-values, or each from those of the last.
 /// Returns how many announced a third phase.
 int expect_sound_grid(const Fluid& fluid, double T_low, double T_high, bool cold) {
@@ -84,6 +107,19 @@ TEST(FurtherPhase, VaporOverTwoLiquids) {
 }
 TEST(FurtherPhase, VaporOverTwoLiquidsFromTheLastState) {
     EXPECT_GE(expect_sound_grid(oil_under_co2(), 280.0, 298.0, false), 0);
+}
+
+TEST(FurtherPhase, FilmOfOilOnCO2NextToItsCriticalPoint) {
+    TestCell test(co2_with_a_film_of_oil());
+    int announced = 0;
+    for (double P = 67.0e5; P < 69.0e5; P += 1e4) {
+        SCOPED_TRACE(P);
+        test.forget();
+        test.flash(305.1347, P);
+        announced += test.cell.phase_count == 3;
+        fluids::expect_sound(test, {2, 60}, true);
+    }
+    EXPECT_GT(announced, 0);
 }
 
 /// CO2 and ethane boil at one composition. Flashes at and about the azeotrope, between the bubble
