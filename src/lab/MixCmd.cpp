@@ -165,9 +165,8 @@ private:
         has_number_ = true;
         // Whether a name follows shows on the next word, which may stand on another line.
         const Charzation* charz = lab_.Charz_User::current();
-        if (!has_name_ && number != 0.0 && !reader_.definitions_lost() &&
-            !(charz && position_ < charz->comp_count()))
-            place_ = place_of(std::to_string(position_ + 1));
+        const bool told = charz ? position_ >= charz->comp_count() : !reader_.definitions_lost();
+        if (!has_name_ && number != 0.0 && told) place_ = place_of(std::to_string(position_ + 1));
     }
 
     void close() {
