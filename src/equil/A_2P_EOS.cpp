@@ -197,31 +197,31 @@ struct MixtureSums {
         Lanes low = {}, high = {};
         const double* row = t.rows + i;
         for (const double* x_j = x; x_j != end; ++x_j) {
-            low += lanes(row) * *x_j;
-            high += lanes(row + LANES) * *x_j;
+            low += *lanes(row) * *x_j;
+            high += *lanes(row + LANES) * *x_j;
             row += stride;
         }
-        lanes(s + i) = low;
-        lanes(s + i + LANES) = high;
+        *lanes(s + i) = low;
+        *lanes(s + i + LANES) = high;
     }
     const double* const b = t.bi;
     const double* const c = t.ci;
     Lanes sum_a = {}, sum_b = {}, sum_c = {};
     std::size_t i = 0;
     for (; i + LANES <= n; i += LANES) {
-        sum_a += lanes(x + i) * lanes(s + i);
-        sum_b += lanes(x + i) * lanes(b + i);
-        sum_c += lanes(x + i) * lanes(c + i);
+        sum_a += *lanes(x + i) * *lanes(s + i);
+        sum_b += *lanes(x + i) * *lanes(b + i);
+        sum_c += *lanes(x + i) * *lanes(c + i);
     }
     if (i < n) {
         const std::size_t tail = n < LANES ? 0 : n - LANES;
-        const LaneBits bits = (LaneBits)lanes(x + tail) & tail_mask(n < LANES ? LANES : n - i);
+        const LaneBits bits = (LaneBits)*lanes(x + tail) & *tail_mask(n < LANES ? LANES : n - i);
         const Lanes x_tail = (Lanes)bits;
-        sum_a += x_tail * lanes(s + tail);
-        sum_b += x_tail * lanes(b + tail);
-        sum_c += x_tail * lanes(c + tail);
+        sum_a += x_tail * *lanes(s + tail);
+        sum_b += x_tail * *lanes(b + tail);
+        sum_c += x_tail * *lanes(c + tail);
     }
-    sums = {sum_of(sum_a), sum_of(sum_b), sum_of(sum_c)};
+    sums = {sum_of(&sum_a), sum_of(&sum_b), sum_of(&sum_c)};
 }
 
 }  // namespace

@@ -35,7 +35,8 @@ struct DerivativeFactors {
         const double w_i = f.e4 * s[i] + f.e2 + f.w_b * b[i];
         for (std::size_t j = 0;; j += LANES) {
             if (out + j > last_block) j = static_cast<std::size_t>(last_block - out);
-            lanes(out + j) = f.t * lanes(aij + j) + q_i * lanes(s + j) + p_i + w_i * lanes(b + j);
+            *lanes(out + j) =
+                f.t * *lanes(aij + j) + q_i * *lanes(s + j) + p_i + w_i * *lanes(b + j);
             if (j + LANES > i) break;
         }
         aij += i + 1;
@@ -63,7 +64,7 @@ struct Logarithms {
     if (!(z >= std::numeric_limits<double>::min())) return {std::log(zp1 / zp2), std::log(z)};
     const Lanes x = {zp1 / zp2, z, 1.0, 1.0};
     Lanes ln;
-    log_lanes(x, ln);
+    log_lanes(&x, &ln);
     return {ln[0], ln[1]};
 }
 
@@ -88,7 +89,7 @@ struct Logarithms {
         return;
     }
     for (std::size_t i = 0;; i = std::min(i + LANES, n - LANES)) {
-        lanes(out + i) = two_L * lanes(s + i) - ln.z + b_factor * lanes(b + i);
+        *lanes(out + i) = two_L * *lanes(s + i) - ln.z + b_factor * *lanes(b + i);
         if (i + LANES >= n) return;
     }
 }

@@ -54,7 +54,7 @@ namespace {
                                                           std::size_t n) {
     for (std::size_t i = 0;; i = std::min(i + LANES, n - LANES)) {
         Lanes expm1;
-        exp_lanes(lanes(x + i), lanes(out + i), expm1);
+        exp_lanes(lanes(x + i), lanes(out + i), &expm1);
         if (i + LANES >= n) return;
     }
 }

@@ -66,10 +66,10 @@ void multiply(std::span<const double> M, std::span<const double> d, std::span<do
     }
     // The last block may overlap the one before it, so it is calculated first.
     const std::size_t last = size - LANES;
-    const Lanes last_block = other_weight * lanes(other + last) + weight * lanes(M + last);
+    const Lanes last_block = other_weight * *lanes(other + last) + weight * *lanes(M + last);
     for (std::size_t m = 0; m < last; m += LANES)
-        lanes(M + m) = other_weight * lanes(other + m) + weight * lanes(M + m);
-    lanes(M + last) = last_block;
+        *lanes(M + m) = other_weight * *lanes(other + m) + weight * *lanes(M + m);
+    *lanes(M + last) = last_block;
 }
 
 /// What tangent distances are made of: ln of the phase nearer the feed over the feed, and sign ln K
@@ -91,12 +91,12 @@ struct DistanceTerms {
     Lanes sum_near = {}, sum_far = {};
     std::size_t i = 0;
     for (; i + LANES <= n; i += LANES) {
-        const Lanes t = lanes(f.ln_near + i) - lanes(f.ln_phi_feed + i);
-        sum_near += lanes(x_near + i) * (t + lanes(phi_near + i));
-        sum_far += lanes(x_far + i) * (t + f.sign * lanes(f.ln_K + i) + lanes(phi_far + i));
+        const Lanes t = *lanes(f.ln_near + i) - *lanes(f.ln_phi_feed + i);
+        sum_near += *lanes(x_near + i) * (t + *lanes(phi_near + i));
+        sum_far += *lanes(x_far + i) * (t + f.sign * *lanes(f.ln_K + i) + *lanes(phi_far + i));
     }
-    G_near = sum_of(sum_near);
-    G_far = sum_of(sum_far);
+    G_near = sum_of(&sum_near);
+    G_far = sum_of(&sum_far);
     for (; i < n; ++i) {
         const double t = f.ln_near[i] - f.ln_phi_feed[i];
         G_near += x_near[i] * (t + phi_near[i]);

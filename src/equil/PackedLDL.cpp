@@ -109,15 +109,15 @@ namespace {
     const double* row = a + 1;
     for (std::size_t i = 1; i < n; ++i) {
         Lanes sum = {};
-        for (std::size_t k = 0; k < i; ++k) sum += row[k] * lanes(b + LANES * k);
-        lanes(b + LANES * i) -= sum;
+        for (std::size_t k = 0; k < i; ++k) sum += row[k] * *lanes(b + LANES * k);
+        *lanes(b + LANES * i) -= sum;
         row += i + 1;
     }
-    for (std::size_t i = 0; i < n; ++i) lanes(b + LANES * i) *= a[packed(i, i)];
+    for (std::size_t i = 0; i < n; ++i) *lanes(b + LANES * i) *= a[packed(i, i)];
     for (std::size_t i = n; i-- > 1;) {
         row -= i + 1;
-        const Lanes known = lanes(b + LANES * i);
-        for (std::size_t j = 0; j < i; ++j) lanes(b + LANES * j) -= row[j] * known;
+        const Lanes known = *lanes(b + LANES * i);
+        for (std::size_t j = 0; j < i; ++j) *lanes(b + LANES * j) -= row[j] * known;
     }
 }
 

@@ -97,8 +97,8 @@ Search start_search(const RachfordRiceState& s) {
                                                                   std::size_t n) {
     const Lanes one = Lanes{} + 1.0;
     for (std::size_t i = 0;; i = std::min(i + LANES, n - LANES)) {
-        const Lanes divisor = lanes(a + i) > one ? lanes(a + i) : one;
-        lanes(base + i) = (lanes(from + i) - from_end) / divisor / -a_end;
+        const Lanes divisor = *lanes(a + i) > one ? *lanes(a + i) : one;
+        *lanes(base + i) = (*lanes(from + i) - from_end) / divisor / -a_end;
         if (i + LANES >= n) return;
     }
 }
@@ -149,11 +149,11 @@ void choose_side(RachfordRiceState& s, Search& at) {
 struct TermSums {
     Lanes g = {}, h = {};
 
-    [[gnu::always_inline]] void add(const Lanes& z, const Lanes& a, const Lanes& base, double t) {
+    [[gnu::always_inline]] void add(const Lanes* z, const Lanes* a, const Lanes* base, double t) {
         const Lanes one = Lanes{} + 1.0;
-        const Lanes numerator = a < one ? a : one;
-        const Lanes ar = numerator / (t * numerator + base);
-        const Lanes term = z * ar;
+        const Lanes numerator = *a < one ? *a : one;
+        const Lanes ar = numerator / (t * numerator + *base);
+        const Lanes term = *z * ar;
         g += term;
         h -= term * ar;
     }
@@ -168,11 +168,12 @@ struct TermSums {
     std::size_t i = 0;
     for (; i + LANES <= n; i += LANES) sums.add(lanes(z + i), lanes(a + i), lanes(base + i), t);
     if (i < n) {
-        const LaneBits z_tail = (LaneBits)lanes(z + n - LANES) & tail_mask(n - i);
-        sums.add((Lanes)z_tail, lanes(a + n - LANES), lanes(base + n - LANES), t);
+        const LaneBits z_tail = (LaneBits)*lanes(z + n - LANES) & *tail_mask(n - i);
+        const Lanes z_left = (Lanes)z_tail;
+        sums.add(&z_left, lanes(a + n - LANES), lanes(base + n - LANES), t);
     }
-    at.g = sum_of(sums.g);
-    at.h = sum_of(sums.h);
+    at.g = sum_of(&sums.g);
+    at.h = sum_of(&sums.h);
 }
 
 void evaluate(const RachfordRiceState& s, Search& at) {
@@ -224,12 +225,12 @@ void next_point(RachfordRiceState& s, Search& at) {
 
 /// x = xi z and y = K xi z, above 0.
 [[gnu::always_inline]] inline void compose(const RachfordRiceState& s, std::size_t i,
-                                           const Lanes& xi) {
+                                           const Lanes* xi) {
     const Lanes smallest = Lanes{} + SMALLEST_FRACTION;
-    const Lanes x = xi * lanes(s.z.data() + i);
-    const Lanes y = x * lanes(s.K.data() + i);
-    lanes(s.x.data() + i) = x < smallest ? smallest : x;
-    lanes(s.y.data() + i) = y < smallest ? smallest : y;
+    const Lanes x = *xi * *lanes(s.z.data() + i);
+    const Lanes y = x * *lanes(s.K.data() + i);
+    *lanes(s.x.data() + i) = x < smallest ? smallest : x;
+    *lanes(s.y.data() + i) = y < smallest ? smallest : y;
 }
 
 /// xi from the base array of the last evaluation, and the compositions. n >= 4.
@@ -239,13 +240,13 @@ void next_point(RachfordRiceState& s, Search& at) {
     const Lanes one = Lanes{} + 1.0, smallest = Lanes{} + DOUBLE_MIN;
     const std::size_t n = s.z.size();
     for (std::size_t i = 0;; i = std::min(i + LANES, n - LANES)) {
-        const Lanes a = lanes(s.work_a.data() + i);
+        const Lanes a = *lanes(s.work_a.data() + i);
         const Lanes numerator = a < one ? a : one;
         const Lanes divisor = a > one ? a : one;
-        const Lanes exact = 1.0 / (t * numerator + lanes(base + i)) / divisor;
+        const Lanes exact = 1.0 / (t * numerator + *lanes(base + i)) / divisor;
         const Lanes xi = exact < smallest ? smallest : exact;
-        lanes(s.xi.data() + i) = xi;
-        compose(s, i, xi);
+        *lanes(s.xi.data() + i) = xi;
+        compose(s, i, &xi);
         if (i + LANES >= n) return;
     }
 }
